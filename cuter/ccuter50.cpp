@@ -1,0 +1,1 @@
+#include "cuter/ccuter50.h"

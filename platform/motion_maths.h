@@ -1,0 +1,64 @@
+// Motion maths, per group of up to eight axes: a profile generator that tracks a target within
+// velocity and acceleration limits (ZQNSyncDTS) and an averaging filter (ZQAVGF). Units are the
+// caller's: u, u/s, u/s^2 (radians or metres). Arrays hold one entry an axis; entries beyond the
+// axis count are neither read nor written. The state blocks are plain, start all zero and are owned
+// by one thread. After OnInit every call is real-time safe; on a state that was never initialised
+// it does nothing.
+#pragma once
+
+inline constexpr int kMathsAxes = 8;
+
+// State of a profile generator; the fields are the library's own.
+struct ZQNSyncDTS {
+  int axes = 0;         // 0: not initialised
+  double period_s = 0;  // one step
+  bool placed = false;  // position and target are valid
+  double pos[kMathsAxes]{};
+  double vel[kMathsAxes]{};  // last step / period
+  double acc[kMathsAxes]{};
+  double target[kMathsAxes]{};  // the last finite target
+  double vel_limit[kMathsAxes]{};
+  double acc_limit[kMathsAxes]{};
+  double third_limit[kMathsAxes]{};
+};
+
+// False when axes is outside 1..8 or dt_ms is not positive and finite. A limit that is negative or
+// not finite counts as 0, here and in the calls that replace limits.
+bool ZQNSyncDTS_OnInit(ZQNSyncDTS* state, long axes, double dt_ms, const double* vel,
+                       const double* acc, const double* third);
+// Forgets position and motion; the limits stay. The next OnDT places; an OnDT2 before it does too.
+void ZQNSyncDTS_OnEmpty(ZQNSyncDTS* state);
+// Places the generator at rest at `target` and reports that as `pos`.
+void ZQNSyncDTS_OnDT(ZQNSyncDTS* state, const double* target, double* pos);
+// One step towards `target`: the new position, velocity and acceleration. A target that is not
+// finite leaves the last finite one in force for that axis.
+void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, double* vel,
+                      double* acc);
+// Replaces the limits in force from the next step on.
+void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc);
+void ZQNSyncDTS_OnSetRunTimeVel(ZQNSyncDTS* state, const double* vel);
+void ZQNSyncDTS_OnSetRunTimeAcc(ZQNSyncDTS* state, const double* acc);
+
+inline constexpr int kFilterWindow = 30;
+
+// State of an averaging filter; the fields are the library's own.
+struct ZQAVGF {
+  int axes = 0;  // 0: not initialised
+  int window = 0;
+  double span_s = 0;    // window * period
+  bool filled = false;  // the window holds samples
+  int next = 0;         // slot of the oldest sample
+  double ring[kMathsAxes][kFilterWindow]{};
+};
+
+// A mean of `window` samples (1..30) taken every `period_s` seconds. False when a size is out of
+// range.
+bool ZQAVGF_OnInit(ZQAVGF* state, long axes, long window, double period_s);
+// Forgets the samples; the next one fills the window.
+void ZQAVGF_OnEmpty(ZQAVGF* state);
+// Takes one sample an axis; gives the mean of the last `window` ones and its velocity. `out` may be
+// `in`.
+void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel);
+
+// Square root; 0 for what is not positive.
+double ZQ_Sqrt(double x);

@@ -1,0 +1,1 @@
+#include "tests/support/log_lines.h"

@@ -1,0 +1,1 @@
+#include "vek/config_schema.h"
