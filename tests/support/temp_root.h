@@ -19,7 +19,9 @@ class TempRoot {
   std::string Path(const std::string& path) const { return root_ + path; }
   // Writes a file beneath the root, with the folders that it needs.
   void Write(const std::string& path, const std::string& content) const;
+  // The bytes of a file; empty when it is missing.
   std::string Read(const std::string& path) const;
+  // Removes a file, or a folder with all that is in it.
   void Remove(const std::string& path) const;
   // Makes the six areas (zeros, exact sizes) and the folders of a controller.
   void MakeAreas() const;
