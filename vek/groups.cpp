@@ -71,10 +71,9 @@ constexpr std::size_t Ring(std::size_t g) {
   return offsetof(Vek2Dru, ring) + g * sizeof(FrameRing);
 }
 
-constexpr GroupRow Arm(int index, const char* name, std::string_view key) {
-  const auto a = static_cast<std::size_t>(index);
+constexpr GroupRow Arm(std::size_t a, const char* name, std::string_view key) {
   return {
-      .index = index,
+      .index = a,
       .name = name,
       .key = key,
       .sys = SysFields(a),
@@ -87,7 +86,8 @@ constexpr GroupRow Arm(int index, const char* name, std::string_view key) {
       .ring = Ring(a),
       .request_check = RequestCheck::BrakeAndMotion,
       .short_state_names = false,
-      .listed_axes = 7,
+      .start_listed_axes = 7,
+      .traj_listed_axes = 7,
   };
 }
 
@@ -127,7 +127,8 @@ constinit const std::array<GroupRow, kGroupCount> kGroups = {{
         .ring = Ring(2),
         .request_check = RequestCheck::Brake,
         .short_state_names = true,
-        .listed_axes = 7,
+        .start_listed_axes = 7,
+        .traj_listed_axes = 0,
     },
     {
         .index = 3,
@@ -142,7 +143,8 @@ constinit const std::array<GroupRow, kGroupCount> kGroups = {{
         .ring = Ring(3),
         .request_check = RequestCheck::BrakeAndMotion,
         .short_state_names = false,
-        .listed_axes = 6,
+        .start_listed_axes = 7,
+        .traj_listed_axes = 6,
     },
     {
         .index = 4,
@@ -157,7 +159,8 @@ constinit const std::array<GroupRow, kGroupCount> kGroups = {{
         .ring = Ring(4),
         .request_check = RequestCheck::None,
         .short_state_names = true,
-        .listed_axes = 2,
+        .start_listed_axes = 2,
+        .traj_listed_axes = 2,
     },
 }};
 

@@ -46,7 +46,7 @@ enum class RequestCheck {
 };
 
 struct GroupRow {
-  int index;
+  std::size_t index;
   const char* name;      // first word of every message
   std::string_view key;  // on command lines and in files
   GroupSysFields sys;
@@ -57,7 +57,9 @@ struct GroupRow {
   std::size_t ring;  // offset in Vek2Dru
   RequestCheck request_check;
   bool short_state_names;  // only IDLE, POSITION, ERROR and the transitions between them have names
-  int listed_axes;         // axes that position messages list
+  // Leading axes that the messages list: the body's differ, deliberately.
+  int start_listed_axes;  // "Set start position"
+  int traj_listed_axes;   // "Run traj plan finish" and "stop"
 
   bool plays_trajectories() const { return udp.traj_state.offset != 0; }
 };

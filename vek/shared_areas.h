@@ -60,8 +60,7 @@ enum {
 
 #pragma pack(push, 1)
 
-/* --- SysInfo: /dev/ZQSysInfo, the live system
- * ------------------------------------------------------------------- */
+/* --- SysInfo: /dev/ZQSysInfo, the live system --- */
 
 typedef struct GroupBlock {
   int32_t state_transfer_cmd;   /* vek: accepted target state */
@@ -119,8 +118,7 @@ typedef struct SysInfo {
   uint8_t reserved_141504[63296];
 } SysInfo;
 
-/* --- CfgConfig: /dev/ZQCfgConfig, robot.ini in binary; written by vek, named by section and key
- * ------------------ */
+/* --- CfgConfig: /dev/ZQCfgConfig, robot.ini in binary; all written by vek --- */
 
 typedef struct CfgDh {
   double A, D, Alpha, Theta;
@@ -241,8 +239,7 @@ typedef struct CfgConfig {
   uint8_t reserved_11732[3628];
 } CfgConfig;
 
-/* --- Mac: /dev/ZQMac, the servo side's data
- * ---------------------------------------------------------------------- */
+/* --- Mac: /dev/ZQMac, the servo side's data --- */
 
 typedef struct MacLiftAxis {
   int32_t encoder_offset; /* dru */
@@ -257,8 +254,7 @@ typedef struct MacArea {
   uint8_t reserved_16500[14220];
 } MacArea;
 
-/* --- Udp: /dev/ZQUdp, the command area of remote clients
- * --------------------------------------------------------- */
+/* --- Udp: /dev/ZQUdp, the command area of remote clients --- */
 
 typedef struct UdpArmCommand {
   uint16_t state_echo;         /* vek: mirror of group_state */
@@ -356,8 +352,7 @@ typedef struct UdpArea {
   uint8_t reserved_3142[954];
 } UdpArea;
 
-/* --- SysDbg: /dev/ZQSysDbg, mapped and neither read nor written
- * --------------------------------------------------- */
+/* --- SysDbg: /dev/ZQSysDbg, mapped and neither read nor written --- */
 
 typedef struct SysDbg {
   struct {
@@ -367,8 +362,7 @@ typedef struct SysDbg {
   uint8_t reserved_4800[1344];
 } SysDbg;
 
-/* --- Vek2Dru: /dev/ZQVek2Dru, one ring of position frames a group
- * -------------------------------------------------- */
+/* --- Vek2Dru: /dev/ZQVek2Dru, one ring of position frames a group --- */
 
 typedef struct PvtFrame {
   uint32_t stream_flag; /* 0 in the first frame after entry into POSITION, 1 in every later one */
@@ -390,8 +384,7 @@ typedef struct Vek2Dru {
   uint8_t reserved_15000[360];
 } Vek2Dru;
 
-/* --- TrajBuf: /home/QUARLE/Tags/TrajBuf.shm, waypoints
- * ------------------------------------------------------------- */
+/* --- TrajBuf: /home/QUARLE/Tags/TrajBuf.shm, waypoints --- */
 
 typedef struct TrajBlock {
   int32_t point_count; /* front */

@@ -1,1 +1,4 @@
+// The set channel (joint targets, speed and acceleration scales): not served yet.
 #include "vek/vek.h"
+
+void Vek::OnProcessUdpSet() {}

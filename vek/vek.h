@@ -18,6 +18,7 @@
 
 // Exit request, set by SIGINT; both loops poll it.
 extern std::atomic<bool> g_exit;
+static_assert(sizeof g_exit == 1 && std::atomic<bool>::is_always_lock_free);
 // The two areas that the program maps itself; null until then.
 extern SysInfo* g_sysinfo_ptr;
 extern CfgConfig* g_cfg_ptr;
@@ -30,15 +31,15 @@ class Vek {
   Vek& operator=(const Vek&) = delete;
 
   // Maps the secondary areas, loads robot.ini, sets up position control and opens the peripherals.
-  // False at the first failure, after its message, leaving what was done in place. Once, main
-  // thread, before the task runs.
+  // False at the first failure, after its message, leaving what was done in place. Called once, by
+  // the main thread, before the real-time task starts.
   bool OnInit(SysInfo* sys, CfgConfig* cfg);
 
-  // The cycle, in this order, by the real-time task. Real-time safe.
+  // The cycle: called in this order by the real-time task. Real-time safe.
 
   // Takes over new joint targets, speed and acceleration scales.
   void OnProcessUdpSet();
-  // Judges state requests and mirrors the groups' states.
+  // Judges the groups' state requests and mirrors their states.
   void OnProcessRtUdpState();
   // One cycle of a group's position controller: up to three frames into its ring.
   void OnProcessPosCtrlArm0();
@@ -47,18 +48,22 @@ class Vek {
   void OnProcessPosCtrlBody();
   void OnProcessPosCtrlLift();
 
-  // A pass of the main loop, in this order, by the main thread.
+  // A pass of the main loop: called in this order by the main thread.
 
   // Watches the stop input.
   void OnProcessGpio();
-  // Feeds the gyro's bytes to its decoder and watches for a frozen one.
+  // Feeds the gyro's bytes to its decoder and watches for a frozen gyro.
   void OnProcessGyro();
   // Executes at most one operation of the mailbox.
   void OnProcessOp();
   // Publishes the local time.
   void OnProcessSystemTime();
 
-  // State names; the head and the lift know fewer states.
+  // Advances an arm's trajectory by at most one sample, into `target` (eight axes, ju). Part of the
+  // cycle; public for whoever plays trajectories without a ring.
+  void ComputeArmTraj(int arm, double* target);
+
+  // State names. The head and the lift know fewer states than the arms and the body.
   static const char* GetArmStateStr(int state);
   static const char* GetHeadStateStr(int state);
   static const char* GetBodyStateStr(int state);
@@ -71,31 +76,51 @@ class Vek {
   bool IsBrakeUnlockBody() const;
 
  private:
+  // What a controller and a trajectory keep from cycle to cycle.
+  struct PosCtrlState;
+  struct TrajState;
+
   bool MapAreas();
   bool AttachRings();
-  bool OpenTrajBuf();
+  bool MapTrajBuf();
   bool LoadRobotIni();
-  bool LoadRobotIniSection(const std::string& name);
   bool InitPositionCtrl();
+  void InitCutters();
   bool OpenGyro();
   bool OpenGpio();
 
-  void ProcessStateRequest(const GroupRow& group);
   bool IsBrakeUnlock(const GroupRow& group) const;
+  void ProcessStateRequest(const GroupRow& group);
+  int Dof(const GroupRow& group) const;
 
-  KShm mac_shm_, udp_shm_, sysdbg_shm_, vek2dru_shm_;
+  void ProcessPosCtrl(const GroupRow& group);
+  void EnterPosition(const GroupRow& group, PosCtrlState& state);
+  bool BuildStartFrame(const GroupRow& group, PosCtrlState& state);
+  void StreamFrames(const GroupRow& group, PosCtrlState& state);
+
+  void ComputeTraj(const GroupRow& group, double* target);
+  int StepTraj(const GroupRow& group, int traj_state, TrajState& state, double* target);
+  int StartTraj(const GroupRow& group, TrajState& state, double* target);
+  int TakeTrajPoint(const GroupRow& group, TrajState& state, double* target);
+  int EndTraj(const GroupRow& group, TrajState& state, double* target);
+
+  KShm mac_shm_;
+  KShm udp_shm_;
+  KShm sysdbg_shm_;  // mapped for debug tools, neither read nor written
+  KShm vek2dru_shm_;
   Shm trajbuf_shm_;
   SysInfo* sys_ = nullptr;
   CfgConfig* cfg_ = nullptr;
-  unsigned char* mac_ = nullptr;
-  unsigned char* udp_ = nullptr;
-  unsigned char* vek2dru_ = nullptr;
-  unsigned char* trajbuf_ = nullptr;
+  // Starts of the areas; null until mapped.
+  void* mac_ = nullptr;
+  void* udp_ = nullptr;
+  void* vek2dru_ = nullptr;
+  void* trajbuf_ = nullptr;
 
   std::array<KACB, kGroupCount> rings_;
-  CACB ei_acb_;  // unshaped frames of the body
-  IniParser ini_;
-  SerialPort serial_;
+  CACB ei_acb_;  // the body's unshaped frames
+  IniParser robot_ini_;
+  SerialPort serial_port_;
   CYIS100DK gyro_;
   int gpio_fd_ = -1;
 
