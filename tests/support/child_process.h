@@ -1,0 +1,50 @@
+// A program of the build, run as a process of its own.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+class ChildProcess {
+ public:
+  // Starts build/bin/NAME with the arguments, this process's environment and its output going to
+  // two files of its own. A failure ends the test process with a message.
+  ChildProcess(const std::string& program, const std::vector<std::string>& arguments = {});
+  // Kills it if it still runs.
+  ~ChildProcess();
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+
+  void Signal(int number) const;
+  // Waits for the end, at most `seconds`: the exit status, 1000 + N after signal N, -1 when it
+  // still runs.
+  int Wait(double seconds = 30);
+  bool Running() { return Wait(0) == -1; }
+  // What it has written so far.
+  std::string Stdout() const;
+  std::string Stderr() const;
+  // Waits until its standard output or standard error holds `text`; false after `seconds`.
+  bool WaitForText(const std::string& text, double seconds = 30);
+
+ private:
+  std::string folder_;
+  pid_t pid_ = -1;
+  int status_ = -1;
+};
+
+// Polls `condition` every millisecond; false when it did not hold within `seconds`.
+template <class Condition>
+bool WaitUntil(Condition condition, double seconds = 30);
+
+// Sleeps one millisecond.
+void PollPause();
+
+template <class Condition>
+bool WaitUntil(Condition condition, double seconds) {
+  for (double waited = 0; waited < seconds; waited += 0.001) {
+    if (condition()) return true;
+    PollPause();
+  }
+  return condition();
+}
