@@ -9,7 +9,8 @@
 
 // Sections and keys are exact byte strings in ascending byte order; the document remembers no
 // other. There are no comments, and blanks around keys and values belong to them. One thread at a
-// time. No operation throws.
+// time. Nothing throws, but for the lists when memory runs short; every other operation then gives
+// false.
 class IniParser {
  public:
   IniParser() = default;
@@ -39,17 +40,24 @@ class IniParser {
                   unsigned char bind);
 
   // Setters. False when the section is absent; an absent key is not created and not reported. The
-  // forms but the first write the variable bound to the key, too.
+  // forms but the first write the variable bound to the key, too. A double is written with 6
+  // significant digits, the variable receives it whole.
   bool OnSetValue(const std::string& section, const std::string& key, std::string value);
   bool OnSetValue(const std::string& section, const std::string& key, char* value);
   bool OnSetValue(const std::string& section, const std::string& key, double value);
   bool OnSetValue(const std::string& section, const std::string& key, int value);
+  // No other type is converted to one of these in silence: a literal is no char*, a bool no int.
+  template <class T>
+  bool OnSetValue(const std::string& section, const std::string& key, T value) = delete;
+  // The same as the char* form of OnSetValue.
   bool OnSetKey(const std::string& section, const std::string& key, char* value);
 
   // Editing; bound variables are never touched. False only when the section is absent.
+  // Replaces a value that is not empty, else adds the key; a key that exists with an empty value
+  // keeps it. Both say so on standard output.
   bool OnAddKey(const std::string& section, const std::string& key, char* value);
   bool OnDelKey(const std::string& section, const std::string& key);
-  // Always true.
+  // True, whether or not the section was there.
   bool OnAddSection(const std::string& section);
   bool OnDelSection(const std::string& section);
   // Empties the list, then gives all section names.
@@ -58,5 +66,14 @@ class IniParser {
   void OnGetKeyList(std::string& section, std::vector<std::string>& list);
 
  private:
+  void Parse(const std::string& text);
+  IniSection* Find(const std::string& section);
+  // The text of a key, empty when the key is absent; null, reported, when the section is.
+  const std::string* FindText(const std::string& section, const std::string& key);
+  // The section must exist.
+  bool Bind(const std::string& section, const std::string& key, void* variable);
+  // Replaces the text of a key and gives the variable bound to it, if that is asked for.
+  bool SetText(const std::string& section, const std::string& key, std::string text, void** bound);
+
   std::map<std::string, IniSection> sections_;
 };
