@@ -48,7 +48,7 @@ class Shm {
 class KACB {
  public:
   // Takes the `size` bytes (2048) at `start` as the ring and discards what a former writer left
-  // unread; false when `start` is null or the size is not that of a ring.
+  // unread; false when `start` is null or not a multiple of 4, or the size is not that of a ring.
   bool OnAttach(void* start, long size);
   // Stores all `length` bytes or nothing; false when they do not fit, the positions are out of
   // range or nothing is attached. Real-time safe.
@@ -61,6 +61,7 @@ class KACB {
 // The reading end of such a ring: what a servo task uses. Real-time safe.
 class KACBReader {
  public:
+  // As KACB, but changes nothing in the ring.
   bool OnAttach(void* start, long size);
   // Takes the oldest `length` bytes; false, taking nothing, when fewer are stored.
   bool OnRead(void* data, long length);
@@ -86,13 +87,13 @@ class CACB {
   CACB(const CACB&) = delete;
   CACB& operator=(const CACB&) = delete;
 
-  // Makes the storage of `size` bytes, empty; false when the size is not positive or there is no
-  // memory.
+  // Makes the storage of `size` bytes, empty; false, and nothing fits, when the size is not
+  // positive or there is no memory.
   bool OnInitSize(long size);
-  // Appends a record; false when it does not fit.
+  // Appends a record; false when it does not fit or the length is negative.
   bool WriteBuf(const unsigned char* data, long length);
   // Takes the oldest record, copies at most `length` bytes of it and returns their number; 0 when
-  // empty.
+  // empty. A negative length copies nothing.
   long ReadBuf(unsigned char* data, long length);
   // As ReadBuf for the record `position` behind the oldest, which stays; 0 when there is none.
   long PeekBuf(unsigned char* data, long length, long position) const;
