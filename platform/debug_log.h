@@ -19,6 +19,9 @@ class DebugLogSrv {
 
   // Starts the service; false when `sys` is null or the log cannot be opened.
   bool OnInit(SysInfo* sys);
+
+ private:
+  bool started_ = false;
 };
 
 class DebugLogClt {

@@ -1,1 +1,0 @@
-#include "platform/shared_access.h"

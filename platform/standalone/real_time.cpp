@@ -1,0 +1,1 @@
+#include "platform/standalone/real_time.h"
