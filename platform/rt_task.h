@@ -27,10 +27,12 @@ int rt_task_create(RT_TASK* task, const char* name, int stksize, int prio, int m
 // Lets `fun(cookie)` run in the task. -EINVAL, -EIDRM (not created), -EBUSY (already started),
 // -EPERM, -ENOMEM.
 int rt_task_start(RT_TASK* task, void (*fun)(void*), void* cookie);
-// Asks the task to stop and waits until it has ended; nothing when it was never created.
+// Asks the task to stop and waits until it has ended; nothing when it was never created. The task
+// sees the request as -EINTR of its next rt_task_wait_period. -EINVAL (null), -EPERM (the caller).
 int rt_task_delete(RT_TASK* task);
-// Gives the calling task (`task` null) a period in ns; `idate` TM_NOW releases it first one period
-// from now.
+// Gives the calling task (`task` null), or one that is not started yet, a period in ns; `idate`
+// TM_NOW releases it first one period from now. -EINVAL (period 0), -EIDRM, -EPERM (not a task, or
+// a running one other than the caller).
 int rt_task_set_periodic(RT_TASK* task, RTIME idate, RTIME period);
 // Waits for the next release. 0; -ETIMEDOUT with the number of missed releases, which are skipped;
 // -EWOULDBLOCK (no period set); -EINTR (asked to stop); -EPERM (not a task). `overruns` is written
