@@ -33,8 +33,9 @@ class CCuter50 {
 
  private:
   void Fit(int axis);
-  double Emit(int axis, double t);
-  void EndSample();
+  template <int N>
+  void EmitBlock(double (*block)[N], int first);
+  double EmitSample(int axis, double t);
 
   int axis_count = 0;
   bool stopped = false;
