@@ -1,0 +1,56 @@
+// Areas behind files and devices: what opens, what is refused, and what happens to the bytes.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "platform/shared_memory.h"
+#include "tests/support/temp_root.h"
+
+namespace {
+
+TEST(Area, RefusesWhatIsNotThereAndLeavesItSo) {
+  const TempRoot root;
+  std::filesystem::create_directories(root.Path("/dev/folder"));
+  std::filesystem::create_symlink("/dev/zero", root.Path("/dev/node"));
+  root.Write("/dev/file", "bytes");
+  ASSERT_EQ(mkfifo(root.Path("/dev/fifo").c_str(), 0600), 0);
+  const struct {
+    const char* path;
+    long size;
+    bool opens;
+  } cases[] = {{"/dev/file", 5, true},     {"/dev/file", 4, true},    {"/dev/node", 5, true},
+               {"/dev/missing", 5, false}, {"/dev/folder", 5, false}, {"/dev/fifo", 5, false},
+               {"/dev/file", 6, false},    {"/dev/file", 0, false},   {"/dev/file", -1, false}};
+  KShm area;
+  area.OnClose();  // harmless
+  for (const auto& c : cases) {
+    EXPECT_EQ(area.OnOpen(c.path, c.size), c.opens) << c.path << " " << c.size;
+    EXPECT_EQ(area.OnGetAddr() != nullptr, c.opens);  // the former mapping is gone
+  }
+  EXPECT_FALSE(std::filesystem::exists(root.Path("/dev/missing")));
+  EXPECT_EQ(root.Read("/dev/file"), "bytes");
+  KShm other;
+  ASSERT_TRUE(area.OnOpen("/dev/file", 5) && other.OnOpen("/dev/file", 5));
+  std::memcpy(area.OnGetAddr(), "BOTH", 4);
+  EXPECT_EQ(std::memcmp(other.OnGetAddr(), "BOTHs", 5), 0);
+  EXPECT_EQ(root.Read("/dev/file"), "BOTHs");
+}
+
+TEST(FileArea, IsCreatedAndGrownAndKeepsItsBytes) {
+  const TempRoot root;
+  root.Write("/tags/short", "abc");
+  root.Write("/tags/longer", "abcdefgh");
+  Shm area;
+  for (const char* path : {"/tags/new", "/tags/short", "/tags/longer"}) {
+    EXPECT_TRUE(area.OnOpen(path, 5)) << path;
+  }
+  EXPECT_EQ(root.Read("/tags/new"), std::string(5, '\0'));
+  EXPECT_EQ(root.Read("/tags/short"), std::string("abc\0\0", 5));
+  EXPECT_EQ(root.Read("/tags/longer"), "abcdefgh");
+  EXPECT_FALSE(area.OnOpen("/missing/file", 5) || area.OnOpen("/tags", 5));
+  EXPECT_FALSE(std::filesystem::exists(root.Path("/missing")));
+}
+
+}  // namespace
