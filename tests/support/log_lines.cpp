@@ -28,7 +28,10 @@ class TestLog {
       std::abort();
     }
   }
-  ~TestLog() { std::remove(path_.c_str()); }
+  // A forked child leaves the file to its parent.
+  ~TestLog() {
+    if (owner_ == getpid()) std::remove(path_.c_str());
+  }
   TestLog(const TestLog&) = delete;
   TestLog& operator=(const TestLog&) = delete;
 
@@ -36,6 +39,7 @@ class TestLog {
 
  private:
   std::string path_;
+  const pid_t owner_ = getpid();
   DebugLogSrv server_;
 };
 

@@ -1,0 +1,204 @@
+// The log's start and end, and where its lines go: each in a process of its own.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+
+#include "platform/debug_log.h"
+#include "platform/standalone/platform_warning.h"
+#include "tests/support/child_process.h"
+#include "tests/support/log_lines.h"
+
+namespace {
+
+long g_storage;
+SysInfo* const kSys = reinterpret_cast<SysInfo*>(&g_storage);
+CfgConfig* const kCfg = reinterpret_cast<CfgConfig*>(&g_storage);
+
+bool StartClient() {
+  return g_log_clt.OnInit(LOG_MODULE_VEK, kSys, kCfg);
+}
+
+enum class Reader { kReads, kStandsStill, kGone };
+
+// Runs `body` in a forked child, which ends by exit(), its standard error being a pipe; returns
+// what it wrote there.
+template <class Body>
+std::string InChild(Body body, Reader reader = Reader::kReads) {
+  int ends[2];
+  if (pipe(ends) != 0) std::abort();
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(ends[1], STDERR_FILENO);
+    close(ends[0]);
+    close(ends[1]);
+    body();
+    std::exit(::testing::Test::HasFailure() ? 1 : 0);
+  }
+  close(ends[1]);
+  int status = -1;
+  std::string text;
+  if (reader == Reader::kGone) close(ends[0]);
+  if (reader == Reader::kStandsStill) waitpid(child, &status, 0);
+  char byte = 0;
+  while (reader != Reader::kGone && read(ends[0], &byte, 1) == 1) text += byte;
+  if (reader != Reader::kStandsStill) waitpid(child, &status, 0);
+  if (reader != Reader::kGone) close(ends[0]);
+  EXPECT_EQ(status, 0) << "of the child";
+  return text;
+}
+
+// A file for VEK_LOG, removed at the end.
+class LogFile {
+ public:
+  LogFile() {
+    close(mkstemp(path_));
+    setenv("VEK_LOG", path_, 1);
+  }
+  ~LogFile() { unlink(path_); }
+  LogFile(const LogFile&) = delete;
+  LogFile& operator=(const LogFile&) = delete;
+
+  std::string Content() const {
+    std::ostringstream content;
+    content << std::ifstream(path_).rdbuf();
+    return content.str();
+  }
+
+ private:
+  char path_[32] = "/tmp/vek_log_test_XXXXXX";
+};
+
+std::size_t CountLines(const std::string& text) {
+  return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+TEST(LogLifecycle, WritesALineOfTheAgreedFormInLocalTime) {
+  const std::string text = InChild([] {
+    setenv("TZ", "XYZ-05:30", 1);
+    DebugLogSrv server;
+    ASSERT_TRUE(server.OnInit(kSys) && StartClient());
+    g_log_clt.INFO_LOG("text");
+    const time_t later = time(nullptr) + 5 * 3600 + 30 * 60;
+    char day_and_hour[32];
+    strftime(day_and_hour, sizeof day_and_hour, "%Y-%m-%d %H", gmtime(&later));
+    g_log_clt.WARN_LOG("it is %s", day_and_hour);
+  });
+  const std::string stamp = R"((\d{4}-\d\d-\d\d \d\d):\d\d:\d\d\.\d{6} )";
+  std::smatch found;
+  ASSERT_TRUE(std::regex_match(
+      text, found, std::regex(stamp + "INFO  text\n" + stamp + R"(WARN  it is (.*)\n)")))
+      << text;
+  // At the turn of an hour the first may stand before it.
+  EXPECT_TRUE(found[2] == found[3] || found[1] != found[2]) << text;
+}
+
+TEST(LogLifecycle, WritesEverythingAtExitAndNothingAfterTheEnd) {
+  const LogFile file;
+  const std::string text = InChild([] {
+    g_log_clt.INFO_LOG("before the start");
+    DebugLogSrv server;
+    EXPECT_FALSE(server.OnInit(nullptr));
+    EXPECT_FALSE(g_log_clt.OnInit(LOG_MODULE_VEK, kSys, nullptr));
+    ASSERT_TRUE(server.OnInit(kSys));
+    g_log_clt.INFO_LOG("before the client");
+    ASSERT_TRUE(StartClient() && StartClient() && server.OnInit(kSys));
+    for (int k = 0; k < 500; ++k) g_log_clt.INFO_LOG("kept %d", k);
+    // Not at the end of the server's scope, but by exit().
+  });
+  EXPECT_EQ(CountLines(text), 500U);
+  EXPECT_EQ(text, file.Content());
+  EXPECT_NE(text.find("INFO  kept 499\n"), std::string::npos);
+
+  const std::string destroyed = InChild([] {
+    {
+      DebugLogSrv server;
+      DebugLogSrv unused;
+      ASSERT_TRUE(server.OnInit(kSys) && StartClient());
+      g_log_clt.INFO_LOG("kept");
+    }
+    g_log_clt.INFO_LOG("after the end");
+    DebugLogSrv again;
+    ASSERT_TRUE(again.OnInit(kSys));
+    g_log_clt.INFO_LOG("second life");
+  });
+  EXPECT_TRUE(std::regex_match(destroyed, std::regex(".*kept\n.*second life\n"))) << destroyed;
+  EXPECT_EQ(file.Content(), text + destroyed) << "a file is appended to";
+}
+
+TEST(LogLifecycle, WritesWithoutBeingAsked) {
+  const LogFile file;
+  DebugLogSrv server;
+  ASSERT_TRUE(server.OnInit(kSys) && StartClient());
+  g_log_clt.INFO_LOG("by itself");
+  EXPECT_TRUE(WaitUntil([&] { return file.Content().find("by itself\n") != std::string::npos; }));
+}
+
+TEST(LogLifecycle, RefusesAFileThatCannotBeOpened) {
+  setenv("VEK_LOG", "/nonexistent/folder/log", 1);
+  DebugLogSrv server;
+  EXPECT_FALSE(server.OnInit(kSys));
+}
+
+TEST(LogLifecycle, SurvivesAStandardErrorThatIsGoneOrStandsStill) {
+  for (const Reader reader : {Reader::kGone, Reader::kStandsStill}) {
+    const LogFile file;
+    InChild(
+        [] {
+          logging::platform_warning("early");
+          DebugLogSrv server;
+          ASSERT_TRUE(server.OnInit(kSys) && StartClient());
+          for (int k = 0; k < 900; ++k) g_log_clt.INFO_LOG("%0300d", k);
+        },
+        reader);
+    EXPECT_EQ(CountLines(file.Content()), 900U);
+  }
+}
+
+TEST(LogLifecycle, PrefixesLevelsForTheJournalOnly) {
+  for (const bool matches : {true, false}) {
+    const LogFile file;
+    const std::string text = InChild([matches] {
+      struct stat status {};
+      fstat(STDERR_FILENO, &status);
+      const std::string stream =
+          std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino + (matches ? 0 : 1));
+      setenv("JOURNAL_STREAM", stream.c_str(), 1);
+      DebugLogSrv server;
+      ASSERT_TRUE(server.OnInit(kSys) && StartClient());
+      g_log_clt.INFO_LOG("i");
+      g_log_clt.WARN_LOG("w");
+      g_log_clt.ERROR_LOG("e");
+    });
+    const std::regex prefixed("<6>2.*INFO  i\n<4>2.*WARN  w\n<3>2.*ERROR e\n");
+    EXPECT_EQ(std::regex_match(text, prefixed), matches) << text;
+    EXPECT_TRUE(std::regex_match(file.Content(), std::regex("2.*i\n2.*w\n2.*e\n")));
+  }
+}
+
+TEST(LogLifecycle, WarnsOfThePlatformBeforeAndAfterTheStart) {
+  const std::string text = InChild([] {
+    logging::platform_warning("%s\n", "early");
+    DebugLogSrv server;
+    ASSERT_TRUE(server.OnInit(kSys));
+    logging::platform_warning("late %d", 1);
+  });
+  EXPECT_TRUE(std::regex_match(
+      text, std::regex(R"(2.* WARN  platform: early\\x0a\n2.* WARN  platform: late 1\n)")))
+      << text;
+}
+
+TEST(LogLifecycle, LeavesTheLogToTheParentAfterAFork) {
+  StartTestLog();
+  g_log_clt.INFO_LOG("once");
+  InChild([] { g_log_clt.INFO_LOG("child"); });
+  EXPECT_EQ(LogLines(), std::vector<std::string>{"INFO  once"});
+}
+
+}  // namespace
