@@ -131,7 +131,9 @@ bool replace(void* area, Field<T> field, std::type_identity_t<T> expected,
 
 // The typed offset of a member: SHARED_FIELD(SysInfo, group[2].standstill). An array member gives
 // its element type.
+// NOLINTBEGIN(bugprone-macro-parentheses): neither a type nor a member takes parentheses here.
 #define SHARED_FIELD(area, member)                                                             \
   (::shared::Field<                                                                            \
       std::remove_all_extents_t<std::remove_cvref_t<decltype(std::declval<area&>().member)>>>{ \
       offsetof(area, member)})
+// NOLINTEND(bugprone-macro-parentheses)

@@ -53,7 +53,7 @@ constexpr GroupConfigFields ConfigFields(std::size_t unit) {
   };
 }
 
-constexpr GroupTrajFields TrajFields(std::size_t g, int floats) {
+constexpr GroupTrajFields TrajFields(std::size_t g, std::size_t floats) {
   const std::size_t block = offsetof(TrajBuf, group) + g * sizeof(TrajBlock);
   return {
       .point_count = In(block, SHARED_FIELD(TrajBlock, point_count)),
@@ -92,21 +92,21 @@ constexpr GroupRow Arm(std::size_t a, const char* name, std::string_view key) {
 }
 
 struct StateName {
-  int code;
   const char* name;
+  int code;
   bool in_short_list;
 };
 
 constexpr StateName kStateNames[] = {
-    {GROUP_STATE_IDLE, "IDLE", true},
-    {GROUP_STATE_POSITION, "POSITION", true},
-    {GROUP_STATE_TORQUE, "TORQUE", false},
-    {GROUP_STATE_RELEASE, "RELEASE", false},
-    {GROUP_STATE_ERROR, "ERROR", true},
-    {GROUP_STATE_TRANS_TO_POSITION, "TRANS_TO_POSITION", true},
-    {GROUP_STATE_TRANS_TO_TORQUE, "TRANS_TO_TORQUE", false},
-    {GROUP_STATE_TRANS_TO_RELEASE, "TRANS_TO_RELEASE", false},
-    {GROUP_STATE_TRANS_TO_IDLE, "TRANS_TO_IDLE", true},
+    {"IDLE", GROUP_STATE_IDLE, true},
+    {"POSITION", GROUP_STATE_POSITION, true},
+    {"TORQUE", GROUP_STATE_TORQUE, false},
+    {"RELEASE", GROUP_STATE_RELEASE, false},
+    {"ERROR", GROUP_STATE_ERROR, true},
+    {"TRANS_TO_POSITION", GROUP_STATE_TRANS_TO_POSITION, true},
+    {"TRANS_TO_TORQUE", GROUP_STATE_TRANS_TO_TORQUE, false},
+    {"TRANS_TO_RELEASE", GROUP_STATE_TRANS_TO_RELEASE, false},
+    {"TRANS_TO_IDLE", GROUP_STATE_TRANS_TO_IDLE, true},
 };
 
 }  // namespace

@@ -22,11 +22,9 @@ void EmitColumn(const double (&block)[AREA_AXES][N], int& column, int dof, doubl
 
 // Waypoint k of a group's block, 0 <= k < AREA_WAYPOINTS; axes without a float are 0.
 void ReadPoint(const void* trajbuf, const GroupRow& group, int k, double (&point)[AREA_AXES]) {
-  for (int j = 0; j < AREA_AXES; ++j) {
-    point[j] = j < group.traj.floats
-                   ? shared::load(trajbuf, group.traj.points,
-                                  static_cast<std::size_t>(k * AREA_WAYPOINT_FLOATS + j))
-                   : 0.0;
+  const std::size_t first = static_cast<std::size_t>(k) * AREA_WAYPOINT_FLOATS;
+  for (std::size_t j = 0; j < AREA_AXES; ++j) {
+    point[j] = j < group.traj.floats ? shared::load(trajbuf, group.traj.points, first + j) : 0.0;
   }
 }
 
