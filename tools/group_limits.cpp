@@ -1,0 +1,70 @@
+#include "tools/group_limits.h"
+
+#include "ini/ini_parser.h"
+#include "tools/failure.h"
+#include "vek/config_schema.h"
+
+namespace {
+
+double JointWord(const void* cfg, const GroupRow& group, shared::Field<double> field,
+                 std::size_t joint) {
+  field.offset += joint * group.cfg.joint_stride;
+  return shared::load(cfg, field);
+}
+
+// Reads one number into its place of the image; false when the key is absent.
+bool ReadNumber(IniParser& ini, const std::string& section, const std::string& key, ConfigType type,
+                unsigned char* at) {
+  std::string text;
+  if (!ini.OnGetValue(section, key, text) || text.empty()) return false;
+  if (type == ConfigType::Int) {
+    int value = 0;
+    ini.OnGetValue(section, key, &value, 0);
+    shared::store<std::int32_t>(at, value);
+  } else if (type == ConfigType::Double) {
+    double value = 0;
+    ini.OnGetValue(section, key, &value, 0);
+    shared::store<double>(at, value);
+  }
+  return true;
+}
+
+}  // namespace
+
+GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group) {
+  GroupLimits limits{};
+  limits.dof = ClampAxes(shared::load(cfg, group.cfg.dof));
+  for (std::size_t j = 0; j < AREA_AXES; ++j) {
+    limits.pos_min[j] = JointWord(cfg, group, group.cfg.limit_neg, j);
+    limits.pos_max[j] = JointWord(cfg, group, group.cfg.limit_pos, j);
+    limits.vel_max[j] = JointWord(cfg, group, group.cfg.vel_max, j);
+    limits.acc_max[j] = JointWord(cfg, group, group.cfg.acc_max, j);
+  }
+  return limits;
+}
+
+std::array<double, AREA_AXES> ScaleLimits(const std::array<double, AREA_AXES>& limit,
+                                          float percent) {
+  std::array<double, AREA_AXES> scaled{};
+  for (std::size_t j = 0; j < AREA_AXES; ++j) {
+    scaled[j] = limit[j] * static_cast<double>(percent) / 100;
+  }
+  return scaled;
+}
+
+std::vector<unsigned char> ReadConfigImage(const std::string& file) {
+  IniParser ini;
+  if (!ini.OnLoad(file.c_str())) Fail(file, ": cannot be loaded");
+  std::vector<unsigned char> image(AREA_CFGCONFIG_SIZE);
+  ForEachConfigSection([&](const std::string& name, const ConfigSection& section) {
+    ForEachConfigKey(*section.family,
+                     [&](const std::string& key, ConfigType type, std::size_t offset) {
+                       if (type == ConfigType::String) return true;
+                       unsigned char* const at = image.data() + section.offset + offset;
+                       if (!ReadNumber(ini, name, key, type, at))
+                         Fail(file, ": [", name, "] lacks ", key);
+                       return true;
+                     });
+  });
+  return image;
+}

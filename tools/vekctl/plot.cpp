@@ -1,0 +1,196 @@
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
+#include "tools/failure.h"
+#include "tools/group_argument.h"
+#include "tools/vekctl/commands.h"
+#include "tools/vekctl/gnuplot.h"
+#include "tools/vekctl/path_match.h"
+
+namespace {
+
+constexpr std::size_t kMostPoints = 4000;  // of a curve: more cannot be seen
+constexpr int kColumnWidth = 900;          // pixels
+constexpr int kHeight = 1200;
+
+// Distinguishable for colour-blind readers, too.
+constexpr const char* kColours[AREA_AXES] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
+                                             "#e69f00", "#56b4e9", "#444444", "#8b5a2b"};
+
+struct Row {
+  const char* title;
+  const char* per;  // of the unit
+  std::size_t column;
+};
+
+// The data file's columns: time, eight positions, eight velocities, eight accelerations.
+constexpr Row kRows[] = {{"position", "", 2}, {"velocity", "/s", 10}, {"acceleration", "/s²", 18}};
+
+// A group's column of the picture.
+struct Column {
+  const GroupRow* group = nullptr;
+  int joints = 0;
+  std::string frames_file;
+  std::string waypoints_file;  // empty: none
+};
+
+// The cycle: the shortest time between two frames.
+double PeriodOf(const GroupRecording& recording) {
+  double period_s = 0;
+  for (std::size_t k = 1; k < recording.time_s.size(); ++k) {
+    const double step = recording.time_s[k] - recording.time_s[k - 1];
+    if (step > 0 && (period_s == 0 || step < period_s)) period_s = step;
+  }
+  if (period_s == 0) Fail(recording.group->key, ": too few frames to draw");
+  return period_s;
+}
+
+// Joints of a waypoint, and whatever else moves.
+int JointsOf(const GroupRecording& recording) {
+  int joints = std::max(recording.group->traj.floats, 1);
+  for (const Frame& frame : recording.frames) {
+    for (int j = joints; j < AREA_AXES; ++j) {
+      if (frame.pos[static_cast<std::size_t>(j)] != 0) joints = j + 1;
+    }
+  }
+  return joints;
+}
+
+void AppendValues(std::string& text, const Axes& values) {
+  for (const double value : values) {
+    text += ' ';
+    AppendDouble(text, value);
+  }
+}
+
+std::string FramesText(const GroupRecording& recording) {
+  const Motion motion = Differentiate(recording.frames, PeriodOf(recording));
+  const std::size_t step = recording.frames.size() / kMostPoints + 1;
+  std::string text;
+  for (std::size_t k = 0; k < recording.frames.size(); k += step) {
+    AppendDouble(text, recording.time_s[k]);
+    AppendValues(text, recording.frames[k].pos);
+    AppendValues(text, motion.vel[k]);
+    AppendValues(text, motion.acc[k]);
+    text += '\n';
+  }
+  return text;
+}
+
+std::string WaypointsText(const GroupRecording& recording, const Waypoints& waypoints) {
+  const auto matches = MatchWaypoints(recording, waypoints);
+  std::string text;
+  for (std::size_t k = 0; k < matches.size(); ++k) {
+    AppendDouble(text, recording.time_s[matches[k].frame]);
+    for (const float value : waypoints.points[k].joint) {
+      text += ' ';
+      AppendDouble(text, static_cast<double>(value));
+    }
+    text += '\n';
+  }
+  return text;
+}
+
+// One panel: a row's curves for a group, and its waypoints on the positions.
+std::string PlotCommand(const Column& column, const Row& row) {
+  std::string text = "plot ";
+  for (int j = 0; j < column.joints; ++j) {
+    text += Text(j > 0 ? ", " : "", Quoted(column.frames_file),
+                 " using 1:", row.column + static_cast<std::size_t>(j),
+                 " with lines lw 1.6 lc rgb '", kColours[j], "' title 'j", j + 1, "'");
+  }
+  if (row.column != kRows[0].column || column.waypoints_file.empty()) return text + '\n';
+  for (int j = 0; j < std::min(column.joints, column.group->traj.floats); ++j) {
+    text += Text(", ", Quoted(column.waypoints_file), " using 1:", j + 2,
+                 " with points pt 7 ps 0.35 lc rgb '", kColours[j], "' notitle");
+  }
+  // The legend shows one dot for all of them.
+  return text + ", NaN with points pt 7 ps 0.6 lc rgb '#000000' title 'waypoints'\n";
+}
+
+std::string TerminalLine(const std::string& output, std::size_t columns) {
+  const bool png = output.ends_with(".png");
+  return Text("set terminal ", png ? "pngcairo" : "svg", " size ",
+              static_cast<std::size_t>(kColumnWidth) * columns, ',', kHeight,
+              " font 'DejaVu Sans,13' background rgb 'white'\nset output ", Quoted(output), '\n');
+}
+
+std::string Script(const std::vector<Column>& columns, const std::string& output) {
+  std::string text = "set encoding utf8\n" + TerminalLine(output, columns.size());
+  text += Text("set multiplot layout 3,", columns.size(),
+               " columnsfirst title 'Frames consumed by the servo task' font ',18' "
+               "margins screen ",
+               0.16 / static_cast<double>(columns.size()), ",0.985,0.06,0.88 spacing screen ",
+               0.17 / static_cast<double>(columns.size()), ",0.05\n");
+  text +=
+      "set grid lc rgb '#dddddd' lt 1\nset border 3 lc rgb '#666666'\nset tics nomirror\n"
+      "set autoscale xfix\nset offsets 0,0,graph 0.05,graph 0.05\n";
+  for (const Column& column : columns) {
+    for (const Row& row : kRows) {
+      const bool first = &row == &kRows[0];
+      const bool last = &row == &kRows[std::size(kRows) - 1];
+      text += first ? Text("set title '", column.group->name,
+                           "' font ',16' offset 0,1.2\n"
+                           "set key outside top center horizontal samplen 1.5 font ',12'\n")
+                    : std::string("unset title\nunset key\n");
+      text += Text("set ylabel '", row.title, " (", JointUnit(*column.group), row.per, ")'\n");
+      text += last ? "set xlabel 'time (s)'\n" : "unset xlabel\n";
+      text += PlotCommand(column, row);
+    }
+  }
+  return text + "unset multiplot\n";
+}
+
+// The waypoint files by group; a Failure (status 2) for a wrong one.
+std::vector<std::optional<Waypoints>> ReadWaypointFiles(const std::vector<std::string>& texts) {
+  std::vector<std::optional<Waypoints>> waypoints(kGroupCount);
+  for (const std::string& text : texts) {
+    const auto [group, file] = SplitGroupValue("--waypoints", text);
+    TrajectoryGroupByKey(group->key);
+    waypoints[group->index] = ReadWaypoints(std::string(file), *group);
+  }
+  return waypoints;
+}
+
+// The recordings to draw: those asked for, or all that hold frames.
+std::vector<const GroupRecording*> Chosen(const std::vector<GroupRecording>& recordings,
+                                          const PlotOptions& options) {
+  std::vector<const GroupRecording*> chosen;
+  for (const std::string& key : options.groups) {
+    chosen.push_back(&RecordingOf(recordings, GroupByKey(key), options.frames));
+  }
+  if (!options.groups.empty()) return chosen;
+  for (const GroupRecording& recording : recordings) {
+    if (!recording.frames.empty()) chosen.push_back(&recording);
+  }
+  if (chosen.empty()) FailUsage(options.frames, ": holds no frames");
+  return chosen;
+}
+
+}  // namespace
+
+int RunPlot(const PlotOptions& options) {
+  if (!options.output.ends_with(".png") && !options.output.ends_with(".svg")) {
+    FailUsage(options.output, ": a picture ends in .png or .svg");
+  }
+  const auto waypoints = ReadWaypointFiles(options.waypoints);
+  const auto recordings = ReadFrames(options.frames);
+  const PlotFolder folder;
+  std::vector<Column> columns;
+  for (const GroupRecording* recording : Chosen(recordings, options)) {
+    const GroupRow& group = *recording->group;
+    Column column{
+        .group = &group, .joints = JointsOf(*recording), .frames_file = {}, .waypoints_file = {}};
+    const std::string key(group.key);
+    column.frames_file = folder.Write(key + ".dat", FramesText(*recording));
+    if (waypoints[group.index]) {
+      column.waypoints_file =
+          folder.Write(key + "-waypoints.dat", WaypointsText(*recording, *waypoints[group.index]));
+    }
+    columns.push_back(std::move(column));
+  }
+  RunGnuplot(folder.Write("plot.gp", Script(columns, options.output)));
+  std::printf("%s\n", options.output.c_str());
+  return 0;
+}

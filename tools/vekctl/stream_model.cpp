@@ -1,0 +1,122 @@
+#include "tools/vekctl/stream_model.h"
+
+#include <algorithm>
+
+#include "cuter/ccuter50.h"
+#include "tools/failure.h"
+
+namespace {
+
+constexpr int kFilterSamples = 30;
+constexpr double kFilterPeriod_s = 0.001;
+
+// A run's first samples may lie on the start position, so that the run starts some frames before
+// the first that moves.
+constexpr std::size_t kStartSearch = 500;
+
+template <std::size_t columns>
+void AppendColumns(std::vector<Axes>& samples, const double (&block)[AREA_AXES][columns], int dof) {
+  for (std::size_t c = 0; c < columns; ++c) {
+    Axes sample{};
+    for (std::size_t j = 0; j < static_cast<std::size_t>(dof); ++j) sample[j] = block[j][c];
+    samples.push_back(sample);
+  }
+}
+
+// The first `size` frames that equal the model's when the run starts at `first_sample`.
+std::size_t CommonFrames(const std::vector<Frame>& frames, const StreamSetup& setup,
+                         const std::vector<Axes>& samples, std::size_t first_sample) {
+  StreamModel model(setup, frames.front().pos);
+  for (std::size_t k = 0; k < frames.size(); ++k) {
+    if (k >= first_sample && k - first_sample < samples.size()) {
+      model.OnStep(samples[k - first_sample]);
+    } else if (k > 0) {
+      model.OnHold();
+    }
+    if (!SameFrame(model.frame(), frames[k])) return k;
+  }
+  return frames.size();
+}
+
+}  // namespace
+
+std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group, int dof) {
+  std::vector<Axes> points;
+  for (const Waypoint& waypoint : waypoints.points) {
+    Axes point{};
+    for (std::size_t j = 0; j < static_cast<std::size_t>(group.traj.floats); ++j) {
+      point[j] = waypoint.joint[j];
+    }
+    points.push_back(point);
+  }
+  CCuter50 cutter;
+  double bgn[AREA_AXES][40]{};
+  double mid[AREA_AXES][20]{};
+  double end[AREA_AXES][51]{};
+  std::vector<Axes> samples;
+  bool cut =
+      cutter.OnInit(dof) && cutter.OnCutStart(points[0].data(), points[1].data(), points[2].data(),
+                                              points[3].data(), points[4].data(), bgn);
+  AppendColumns(samples, bgn, dof);
+  for (std::size_t k = kLeastWaypoints; k < points.size(); ++k) {
+    cut = cut && cutter.OnCutPoint(points[k].data(), mid);
+    AppendColumns(samples, mid, dof);
+  }
+  cut = cut && cutter.OnCutStop(end);
+  AppendColumns(samples, end, dof);
+  if (!cut) Fail(waypoints.file, ": the planner refuses the waypoints");
+  return samples;
+}
+
+StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
+    : dof_(setup.limits.dof), target_(start) {
+  Axes vel = ScaleLimits(setup.limits.vel_max, setup.vel_percent);
+  Axes acc = ScaleLimits(setup.limits.acc_max, setup.acc_percent);
+  for (std::size_t j = static_cast<std::size_t>(setup.axes); j < AREA_AXES; ++j)
+    vel[j] = acc[j] = 0;
+  Axes third{};
+  for (std::size_t j = 0; j < AREA_AXES; ++j) third[j] = setup.limits.acc_max[j] * 10;
+  if (!ZQAVGF_OnInit(&filter_, dof_, kFilterSamples, kFilterPeriod_s) ||
+      !ZQNSyncDTS_OnInit(&generator_, dof_, setup.period_ms, vel.data(), acc.data(),
+                         third.data())) {
+    Fail("the motion maths refuse ", dof_, " axes at ", setup.period_ms, " ms");
+  }
+  ZQNSyncDTS_OnDT(&generator_, target_.data(), frame_.pos.data());
+  ZQAVGF_OnFilt(&filter_, frame_.pos.data(), frame_.pos.data(), frame_.vel.data());
+}
+
+void StreamModel::OnStep(const Axes& target) {
+  std::copy_n(target.begin(), dof_, target_.begin());
+  Axes pos{};
+  Axes vel{};
+  ZQNSyncDTS_OnDT2(&generator_, target_.data(), pos.data(), vel.data(), frame_.out.data());
+  ZQAVGF_OnFilt(&filter_, pos.data(), frame_.pos.data(), frame_.vel.data());
+  frame_.stream_flag = 1;
+}
+
+StreamComparison CompareStream(const std::vector<Frame>& frames, const StreamSetup& setup,
+                               const std::vector<Axes>& samples) {
+  StreamComparison result;
+  if (frames.size() <= samples.size()) {
+    result.frame = frames.size();
+    result.problem =
+        Text("the recording has ", frames.size(), " frames, the run alone has ", samples.size());
+    return result;
+  }
+  const std::size_t latest = frames.size() - samples.size();
+  const std::size_t moves = CommonFrames(frames, setup, {}, 0);
+  std::size_t best = 0;
+  const std::size_t from = std::min(moves, latest);
+  for (std::size_t start = from; start >= 1 && start + kStartSearch > from; --start) {
+    const std::size_t common = CommonFrames(frames, setup, samples, start);
+    if (common >= best) {
+      best = common;
+      result.first_sample = start;
+    }
+    if (common == frames.size()) break;
+  }
+  result.same = best == frames.size();
+  result.frame = best;
+  if (!result.same) result.problem = Text("frame ", best, " is not the one that Vek produces");
+  return result;
+}

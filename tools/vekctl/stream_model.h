@@ -1,0 +1,54 @@
+// The frames that Vek's position control produces for one entry into POSITION and one run,
+// recomputed from the planner and the motion maths.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/motion_maths.h"
+#include "tools/frame.h"
+#include "tools/group_limits.h"
+#include "tools/waypoints.h"
+
+struct StreamSetup {
+  GroupLimits limits;    // of the configuration
+  int axes = 0;          // servo axes: so many limits are scaled
+  double period_ms = 1;  // 1000 / BusFreq
+  float vel_percent = 0;
+  float acc_percent = 0;
+};
+
+// Targets of a run, one a frame.
+std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group, int dof);
+
+class StreamModel {
+ public:
+  // Enters POSITION with the axes at `start`.
+  StreamModel(const StreamSetup& setup, const Axes& start);
+
+  // The frame built last; at first the start frame.
+  const Frame& frame() const { return frame_; }
+  // Builds the next frame, towards `target` on the group's axes.
+  void OnStep(const Axes& target);
+  // The same towards the target of before.
+  void OnHold() { OnStep(target_); }
+
+ private:
+  ZQNSyncDTS generator_;
+  ZQAVGF filter_;
+  int dof_;
+  Axes target_;
+  Frame frame_;
+};
+
+struct StreamComparison {
+  bool same = false;
+  std::size_t first_sample = 0;  // frame of the run's first target
+  std::size_t frame = 0;         // the first that differs, when not the same
+  std::string problem;           // in words, when not the same
+};
+
+// Compares a recording with what the model gives: the start frame, a hold, all samples, then a
+// hold. The frame at which the run starts is searched for.
+StreamComparison CompareStream(const std::vector<Frame>& frames, const StreamSetup& setup,
+                               const std::vector<Axes>& samples);
