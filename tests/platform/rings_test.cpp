@@ -68,12 +68,11 @@ TEST_F(Ring, HostilePositionsAreRefusedAndRepaired) {
     std::uint32_t repaired;    // both positions after the reader looked
     std::uint32_t reattached;  // both after a writer attached
   } cases[] = {
-      {kC, 0, kC, false, 0, 0},                     // full
-      {0, kC, kC, false, 0, kC},                    // full, the other way round
-      {kC - 196, 0, kC - 196, true, 0, 0},          // the last frame that fits
-      {kC - 195, 0, kC - 195, false, 0, 0},         // one byte too many
-      {100, kSpan - 96, 196, true, 0, kSpan - 96},  // over the end of the positions
-      {kC + 1, 0, 0, false, kC + 1, 0},             // more than there is room for
+      {kC, 0, kC, false, 0, 0},              // full
+      {0, kC, kC, false, 0, kC},             // full, the other way round
+      {kC - 196, 0, kC - 196, true, 0, 0},   // the last frame that fits
+      {kC - 195, 0, kC - 195, false, 0, 0},  // one byte too many
+      {kC + 1, 0, 0, false, kC + 1, 0},      // more than there is room for
       {0, 1, 0, false, 0, 1},
       {kSpan, 5, 0, false, 0, 5},
       {kSpan - 1, kSpan, 0, false, kSpan - 1, 0},
@@ -97,10 +96,8 @@ TEST_F(Ring, HostilePositionsAreRefusedAndRepaired) {
 
 TEST_F(Ring, RefusesWrongMemoryAndLengths) {
   std::array<unsigned char, kC> bytes{};
-  for (const long length : {-1L, kC + 1L}) {
-    EXPECT_FALSE(writer.OnWrite(bytes.data(), length) || reader.OnRead(bytes.data(), length));
-  }
-  EXPECT_TRUE(writer.OnWrite(bytes.data(), kC));
+  EXPECT_FALSE(writer.OnWrite(bytes.data(), -1) || reader.OnRead(bytes.data(), -1));
+  EXPECT_FALSE(writer.OnWrite(bytes.data(), kC + 1) || !writer.OnWrite(bytes.data(), kC));
   reader.OnEmpty();
   EXPECT_TRUE(BothAt(kC));
   EXPECT_FALSE(reader.OnAttach(nullptr, AREA_RING_SIZE) || reader.OnRead(bytes.data(), 0));
@@ -113,8 +110,7 @@ TEST_F(Ring, WriterAndReaderAtTheSameTime) {
   constexpr std::uint32_t kFrames = 50000;
   std::thread producer([this] {
     for (std::uint32_t number = 0; number < kFrames; ++number) {
-      const Frame frame = FrameOf(number);
-      while (!writer.OnWrite(frame.data(), 196)) std::this_thread::yield();
+      while (!writer.OnWrite(FrameOf(number).data(), 196)) std::this_thread::yield();
     }
   });
   std::uint32_t wrong = 0;

@@ -55,8 +55,9 @@ TempRoot::TempRoot() {
 TempRoot::~TempRoot() {
   std::error_code error;
   fs::remove_all(root_, error);
-  if (error)
+  if (error) {
     std::fprintf(stderr, "TempRoot: %s stays: %s\n", root_.c_str(), error.message().c_str());
+  }
 }
 
 void TempRoot::Write(const std::string& path, const std::string& content) const {
