@@ -16,7 +16,7 @@ namespace logging {
 namespace {
 
 constexpr long kPollNs = 20'000'000;
-constexpr std::size_t kStackSize = 256 * 1024;
+constexpr std::size_t kStackSize = 256UL * 1024;
 constexpr unsigned kHalfPostedRetries = 100;  // of a millisecond
 
 // Never destroyed: other objects may log while the program ends.

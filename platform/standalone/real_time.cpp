@@ -102,13 +102,14 @@ void bind_to_processors(const ThreadPlan& plan) {
   const cpu_set_t usable = usable_processors(plan.processors);
   if (CPU_COUNT(&usable) == 0) return;
   const int error = pthread_setaffinity_np(pthread_self(), sizeof usable, &usable);
-  if (error != 0)
+  if (error != 0) {
     platform_warning("%s is not bound to its processor: %s", plan.name, strerror(error));
+  }
 }
 
-// Half of the least stack is there before the first cycle needs it.
+// More of the stack than a cycle needs is there before the first one.
 void touch_stack() {
-  std::array<volatile char, kLeastStack / 2> stack;
+  std::array<volatile char, kLeastStack / 8> stack;
   constexpr std::size_t kPage = 4096;
   for (std::size_t k = 0; k < stack.size(); k += kPage) stack[k] = 0;
 }

@@ -19,7 +19,7 @@ struct ThreadPlan {
   unsigned processors;     // one bit each, 0: any
 };
 
-inline constexpr std::size_t kLeastStack = 512UL * 1024;
+inline constexpr std::size_t kLeastStack = 1024UL * 1024;
 
 // Creates the thread, at its priority if the process may, with SIGINT blocked. 0 or an errno.
 int create_thread(pthread_t* thread, const ThreadPlan& plan, void* (*run)(void*), void* argument);

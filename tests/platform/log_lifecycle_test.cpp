@@ -1,12 +1,13 @@
 // The log's start and end, and where its lines go: each in a process of its own.
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 
@@ -75,6 +76,10 @@ class LogFile {
   char path_[32] = "/tmp/vek_log_test_XXXXXX";
 };
 
+bool Matches(const std::string& text, const std::string& pattern) {
+  return fnmatch(pattern.c_str(), text.c_str(), FNM_NOESCAPE) == 0;
+}
+
 std::size_t CountLines(const std::string& text) {
   return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
 }
@@ -90,13 +95,15 @@ TEST(LogLifecycle, WritesALineOfTheAgreedFormInLocalTime) {
     strftime(day_and_hour, sizeof day_and_hour, "%Y-%m-%d %H", gmtime(&later));
     g_log_clt.WARN_LOG("it is %s", day_and_hour);
   });
-  const std::string stamp = R"((\d{4}-\d\d-\d\d \d\d):\d\d:\d\d\.\d{6} )";
-  std::smatch found;
-  ASSERT_TRUE(std::regex_match(
-      text, found, std::regex(stamp + "INFO  text\n" + stamp + R"(WARN  it is (.*)\n)")))
-      << text;
-  // At the turn of an hour the first may stand before it.
-  EXPECT_TRUE(found[2] == found[3] || found[1] != found[2]) << text;
+  std::string stamp = "0000-00-00 00:00:00.000000 ";
+  for (std::size_t at = 0; (at = stamp.find('0', at)) != stamp.npos; at += 5) {
+    stamp.replace(at, 1, "[0-9]");
+  }
+  EXPECT_TRUE(Matches(text, stamp + "INFO  text\n" + stamp + "WARN  it is *\n")) << text;
+  const std::string hour = text.substr(text.find('\n') + 1, 13);
+  const std::string told = text.substr(text.size() - 14, 13);
+  // At the turn of an hour the stamp may be of the next one.
+  EXPECT_TRUE(hour == told || hour != text.substr(0, 13)) << text;
 }
 
 TEST(LogLifecycle, WritesEverythingAtExitAndNothingAfterTheEnd) {
@@ -128,7 +135,8 @@ TEST(LogLifecycle, WritesEverythingAtExitAndNothingAfterTheEnd) {
     ASSERT_TRUE(again.OnInit(kSys));
     g_log_clt.INFO_LOG("second life");
   });
-  EXPECT_TRUE(std::regex_match(destroyed, std::regex(".*kept\n.*second life\n"))) << destroyed;
+  EXPECT_TRUE(Matches(destroyed, "*INFO  kept\n*INFO  second life\n")) << destroyed;
+  EXPECT_EQ(CountLines(destroyed), 2U);
   EXPECT_EQ(file.Content(), text + destroyed) << "a file is appended to";
 }
 
@@ -176,9 +184,8 @@ TEST(LogLifecycle, PrefixesLevelsForTheJournalOnly) {
       g_log_clt.WARN_LOG("w");
       g_log_clt.ERROR_LOG("e");
     });
-    const std::regex prefixed("<6>2.*INFO  i\n<4>2.*WARN  w\n<3>2.*ERROR e\n");
-    EXPECT_EQ(std::regex_match(text, prefixed), matches) << text;
-    EXPECT_TRUE(std::regex_match(file.Content(), std::regex("2.*i\n2.*w\n2.*e\n")));
+    EXPECT_EQ(Matches(text, "<6>2* INFO  i\n<4>2* WARN  w\n<3>2* ERROR e\n"), matches) << text;
+    EXPECT_EQ(text == file.Content(), !matches) << "the file has no prefix";
   }
 }
 
@@ -189,9 +196,7 @@ TEST(LogLifecycle, WarnsOfThePlatformBeforeAndAfterTheStart) {
     ASSERT_TRUE(server.OnInit(kSys));
     logging::platform_warning("late %d", 1);
   });
-  EXPECT_TRUE(std::regex_match(
-      text, std::regex(R"(2.* WARN  platform: early\\x0a\n2.* WARN  platform: late 1\n)")))
-      << text;
+  EXPECT_TRUE(Matches(text, "2* WARN  platform: early\\x0a\n2* WARN  platform: late 1\n")) << text;
 }
 
 TEST(LogLifecycle, LeavesTheLogToTheParentAfterAFork) {
