@@ -75,7 +75,7 @@ TEST_F(Ring, HostilePositionsAreRefusedAndRepaired) {
       {kC + 1, 0, 0, false, kC + 1, 0},      // more than there is room for
       {0, 1, 0, false, 0, 1},
       {kSpan, 5, 0, false, 0, 5},
-      {kSpan - 1, kSpan, 0, false, kSpan - 1, 0},
+      {5, kSpan, 0, false, 5, 0},
       {0xffffffff, 0xffffffff, 0, false, 0, 0},
   };
   for (const auto& c : cases) {
