@@ -14,24 +14,30 @@ struct ZQNSyncDTS {
   double period_s = 0;  // one step
   bool placed = false;  // position and target are valid
   double pos[kMathsAxes]{};
-  double vel[kMathsAxes]{};  // last step / period
-  double acc[kMathsAxes]{};
+  double vel[kMathsAxes]{};     // last step / period
   double target[kMathsAxes]{};  // the last finite target
   double vel_limit[kMathsAxes]{};
   double acc_limit[kMathsAxes]{};
+  double brake_acc[kMathsAxes]{};  // the last acceleration limit above 0
   double third_limit[kMathsAxes]{};
 };
 
-// False when axes is outside 1..8 or dt_ms is not positive and finite. A limit that is negative or
-// not finite counts as 0, here and in the calls that replace limits.
+// False, leaving the state uninitialised, when axes is outside 1..8 or dt_ms is not positive and
+// finite (nor are periods beyond 1e100 s or its inverse taken). A limit that is negative or not
+// finite counts as 0, here and in the calls that replace limits. The third limits are kept and take
+// no part.
 bool ZQNSyncDTS_OnInit(ZQNSyncDTS* state, long axes, double dt_ms, const double* vel,
                        const double* acc, const double* third);
 // Forgets position and motion; the limits stay. The next OnDT places; an OnDT2 before it does too.
 void ZQNSyncDTS_OnEmpty(ZQNSyncDTS* state);
-// Places the generator at rest at `target` and reports that as `pos`.
+// Places the generator at rest at `target` and reports that as `pos`. An entry that is not finite
+// stands for the last finite target of that axis, 0 when there was none; so in OnDT2.
 void ZQNSyncDTS_OnDT(ZQNSyncDTS* state, const double* target, double* pos);
-// One step towards `target`: the new position, velocity and acceleration. A target that is not
-// finite leaves the last finite one in force for that axis.
+// One step towards `target`: the new position, its difference over the period (velocity) and that
+// one's difference (acceleration). Both keep within the limits. The axis comes to rest exactly on a
+// target that stands still, and passes it only when target or limits changed too late to stop.
+// Above the velocity limit it brakes. Without acceleration (limit 0, or too small for the
+// position's resolution) a standing axis stays and a moving one brakes at the last limit above 0.
 void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, double* vel,
                       double* acc);
 // Replaces the limits in force from the next step on.
@@ -51,13 +57,16 @@ struct ZQAVGF {
   double ring[kMathsAxes][kFilterWindow]{};
 };
 
-// A mean of `window` samples (1..30) taken every `period_s` seconds. False when a size is out of
-// range.
+// A mean of `window` samples (1..30) taken every `period_s` seconds. False, leaving the state
+// uninitialised, when axes is outside 1..8, window out of range or the period not positive and
+// finite.
 bool ZQAVGF_OnInit(ZQAVGF* state, long axes, long window, double period_s);
 // Forgets the samples; the next one fills the window.
 void ZQAVGF_OnEmpty(ZQAVGF* state);
-// Takes one sample an axis; gives the mean of the last `window` ones and its velocity. `out` may be
-// `in`.
+// Takes one sample an axis; gives the mean of the last `window` ones and its velocity: the step
+// from the mean before over the period, which is the newest sample's distance from the one `window`
+// samples before it over the window's time. Equal samples give exactly that sample. A sample that
+// is not finite repeats the one before it, 0 at first. `out` may be `in`.
 void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel);
 
 // Square root; 0 for what is not positive.
