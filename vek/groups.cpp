@@ -53,7 +53,7 @@ constexpr GroupConfigFields ConfigFields(std::size_t unit) {
   };
 }
 
-constexpr GroupTrajFields TrajFields(std::size_t g, std::size_t floats) {
+constexpr GroupTrajFields TrajFields(std::size_t g, int floats) {
   const std::size_t block = offsetof(TrajBuf, group) + g * sizeof(TrajBlock);
   return {
       .point_count = In(block, SHARED_FIELD(TrajBlock, point_count)),
