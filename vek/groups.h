@@ -35,8 +35,8 @@ struct GroupConfigFields {
 struct GroupTrajFields {
   shared::Field<std::int32_t> point_count, next_point;
   shared::Field<float> points;  // element waypoint * AREA_WAYPOINT_FLOATS + joint
-  std::size_t
-      floats;  // leading slots of a waypoint that are read; the other axes of a waypoint are 0
+  // Leading slots of a waypoint that are read; the other axes of a waypoint are 0.
+  std::size_t floats;
 };
 
 // How the state channel treats requests other than IDLE.
