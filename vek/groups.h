@@ -36,7 +36,7 @@ struct GroupTrajFields {
   shared::Field<std::int32_t> point_count, next_point;
   shared::Field<float> points;  // element waypoint * AREA_WAYPOINT_FLOATS + joint
   // Leading slots of a waypoint that are read; the other axes of a waypoint are 0.
-  std::size_t floats;
+  int floats;
 };
 
 // How the state channel treats requests other than IDLE.

@@ -24,7 +24,9 @@ void EmitColumn(const double (&block)[AREA_AXES][N], int& column, int dof, doubl
 void ReadPoint(const void* trajbuf, const GroupRow& group, int k, double (&point)[AREA_AXES]) {
   const std::size_t first = static_cast<std::size_t>(k) * AREA_WAYPOINT_FLOATS;
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
-    point[j] = j < group.traj.floats ? shared::load(trajbuf, group.traj.points, first + j) : 0.0;
+    point[j] = static_cast<int>(j) < group.traj.floats
+                   ? shared::load(trajbuf, group.traj.points, first + j)
+                   : 0.0;
   }
 }
 
