@@ -22,15 +22,17 @@ class SerialPort {
 class CYIS100DK {
  public:
   // Feeds one byte. After the last byte of a good frame that carries acceleration or angular rate,
-  // new_frame is true.
+  // new_frame is true; what the frame does not carry keeps its values.
   void OnRecvChar(unsigned char byte);
 
   double values[6]{};      // acceleration x, y, z (m/s^2), angular rate x, y, z (deg/s)
   bool new_frame = false;  // set by the decoder, cleared by the caller
 
  private:
-  void OnFrame();
+  static constexpr int kLongestFrame = 262;
 
-  unsigned char frame_[262]{};  // sync, TID, LEN, payload, checksum
-  int length_ = 0;              // bytes of frame_ received
+  void OnPayload(const unsigned char* payload, int length);
+
+  unsigned char recent_[kLongestFrame]{};  // bytes received since the last good frame
+  int length_ = 0;
 };
