@@ -23,3 +23,8 @@ GroupValue SplitGroupValue(std::string_view option, std::string_view text);
 
 // Unit of the group's joint positions: "rad", or "m" on the lift.
 const char* JointUnit(const GroupRow& group);
+
+// Joints in a waypoint of the group.
+inline std::size_t WaypointJoints(const GroupRow& group) {
+  return static_cast<std::size_t>(group.traj.floats);
+}

@@ -33,7 +33,7 @@ bool ReadNumber(IniParser& ini, const std::string& section, const std::string& k
 
 GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group) {
   GroupLimits limits{};
-  limits.dof = ClampAxes(shared::load(cfg, group.cfg.dof));
+  limits.dof = static_cast<std::size_t>(ClampAxes(shared::load(cfg, group.cfg.dof)));
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
     limits.pos_min[j] = JointWord(cfg, group, group.cfg.limit_neg, j);
     limits.pos_max[j] = JointWord(cfg, group, group.cfg.limit_pos, j);

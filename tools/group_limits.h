@@ -8,7 +8,7 @@
 #include "vek/groups.h"
 
 struct GroupLimits {
-  int dof = 0;                            // 0..8
+  std::size_t dof = 0;                    // 0..8
   std::array<double, AREA_AXES> pos_min;  // ju
   std::array<double, AREA_AXES> pos_max;
   std::array<double, AREA_AXES> vel_max;  // ju/s, at 100 %

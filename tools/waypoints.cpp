@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "tools/failure.h"
+#include "tools/group_argument.h"
 
 namespace {
 
@@ -17,7 +18,7 @@ bool IsHeader(const std::vector<std::string_view>& cells) {
 
 Waypoint ParseWaypoint(const std::vector<std::string_view>& cells, const GroupRow& group,
                        const std::string& where) {
-  const auto joints = static_cast<std::size_t>(group.traj.floats);
+  const auto joints = WaypointJoints(group);
   if (cells.size() != joints) {
     FailUsage(where, ": ", cells.size(), " numbers, ", group.key, " needs ", joints);
   }
@@ -57,7 +58,7 @@ Waypoints ReadWaypoints(const std::string& file, const GroupRow& group) {
 void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group,
                       const GroupLimits& limits) {
   for (const Waypoint& point : waypoints.points) {
-    for (std::size_t j = 0; j < static_cast<std::size_t>(group.traj.floats); ++j) {
+    for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
       const double value = point.joint[j];
       if (value >= limits.pos_min[j] && value <= limits.pos_max[j]) continue;
       FailUsage(waypoints.file, ":", point.line, ": joint ", j + 1, " at ", value,
@@ -69,7 +70,7 @@ void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group,
 std::vector<std::string> SpeedWarnings(const Waypoints& waypoints, const GroupRow& group,
                                        const std::array<double, AREA_AXES>& vel) {
   std::vector<std::string> warnings;
-  for (std::size_t j = 0; j < static_cast<std::size_t>(group.traj.floats); ++j) {
+  for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
     double fastest = 0;
     int line = 0;
     for (std::size_t k = 1; k < waypoints.points.size(); ++k) {

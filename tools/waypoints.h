@@ -9,7 +9,7 @@
 #include "tools/group_limits.h"
 #include "vek/groups.h"
 
-inline constexpr int kSamplesPerInterval = 20;  // one a millisecond
+inline constexpr std::size_t kSamplesPerInterval = 20;  // one a millisecond
 inline constexpr std::size_t kLeastWaypoints = 5;
 
 struct Waypoint {

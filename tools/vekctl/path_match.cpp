@@ -4,14 +4,16 @@
 #include <cmath>
 #include <limits>
 
+#include "tools/group_argument.h"
+
 namespace {
 
 // How far from its time a waypoint's nearest frame is looked for.
-constexpr std::size_t kReach = 5 * static_cast<std::size_t>(kSamplesPerInterval);
+constexpr std::size_t kReach = 5 * kSamplesPerInterval;
 
-double Distance(const Frame& frame, const Waypoint& point, int joints) {
+double Distance(const Frame& frame, const Waypoint& point, std::size_t joints) {
   double distance = 0;
-  for (std::size_t j = 0; j < static_cast<std::size_t>(joints); ++j) {
+  for (std::size_t j = 0; j < joints; ++j) {
     distance = std::max(distance, std::fabs(frame.pos[j] - static_cast<double>(point.joint[j])));
   }
   return distance;
@@ -19,8 +21,7 @@ double Distance(const Frame& frame, const Waypoint& point, int joints) {
 
 // The frame at which a run that starts at frame `start` passes waypoint k.
 std::size_t NominalFrame(const GroupRecording& recording, std::size_t start, std::size_t k) {
-  return std::min(start + k * static_cast<std::size_t>(kSamplesPerInterval),
-                  recording.frames.size() - 1);
+  return std::min(start + k * kSamplesPerInterval, recording.frames.size() - 1);
 }
 
 std::size_t FindStart(const GroupRecording& recording, const Waypoints& waypoints) {
@@ -30,7 +31,7 @@ std::size_t FindStart(const GroupRecording& recording, const Waypoints& waypoint
     double sum = 0;
     for (std::size_t k = 0; k < waypoints.points.size() && sum < best_sum; ++k) {
       sum += Distance(recording.frames[NominalFrame(recording, start, k)], waypoints.points[k],
-                      recording.group->traj.floats);
+                      WaypointJoints(*recording.group));
     }
     if (sum >= best_sum) continue;
     best_sum = sum;
@@ -51,7 +52,7 @@ std::vector<WaypointMatch> MatchWaypoints(const GroupRecording& recording,
     WaypointMatch best{.frame = nominal, .distance = std::numeric_limits<double>::infinity()};
     for (std::size_t f = nominal - std::min(nominal, kReach); f <= last; ++f) {
       const double distance =
-          Distance(recording.frames[f], waypoints.points[k], recording.group->traj.floats);
+          Distance(recording.frames[f], waypoints.points[k], WaypointJoints(*recording.group));
       if (distance < best.distance) best = {.frame = f, .distance = distance};
     }
     matches.push_back(best);

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr std::size_t kMostPoints = 4000;  // of a curve: more cannot be seen
-constexpr int kColumnWidth = 900;          // pixels
+constexpr std::size_t kColumnWidth = 900;  // pixels
 constexpr int kHeight = 1200;
 
 // Distinguishable for colour-blind readers, too.
@@ -30,7 +30,7 @@ constexpr Row kRows[] = {{"position", "", 2}, {"velocity", "/s", 10}, {"accelera
 // A group's column of the picture.
 struct Column {
   const GroupRow* group = nullptr;
-  int joints = 0;
+  std::size_t joints = 0;
   std::string frames_file;
   std::string waypoints_file;  // empty: none
 };
@@ -47,11 +47,11 @@ double PeriodOf(const GroupRecording& recording) {
 }
 
 // Joints of a waypoint, and whatever else moves.
-int JointsOf(const GroupRecording& recording) {
-  int joints = std::max(recording.group->traj.floats, 1);
+std::size_t JointsOf(const GroupRecording& recording) {
+  std::size_t joints = std::max<std::size_t>(WaypointJoints(*recording.group), 1);
   for (const Frame& frame : recording.frames) {
-    for (int j = joints; j < AREA_AXES; ++j) {
-      if (frame.pos[static_cast<std::size_t>(j)] != 0) joints = j + 1;
+    for (std::size_t j = joints; j < AREA_AXES; ++j) {
+      if (frame.pos[j] != 0) joints = j + 1;
     }
   }
   return joints;
@@ -95,13 +95,12 @@ std::string WaypointsText(const GroupRecording& recording, const Waypoints& wayp
 // One panel: a row's curves for a group, and its waypoints on the positions.
 std::string PlotCommand(const Column& column, const Row& row) {
   std::string text = "plot ";
-  for (int j = 0; j < column.joints; ++j) {
-    text += Text(j > 0 ? ", " : "", Quoted(column.frames_file),
-                 " using 1:", row.column + static_cast<std::size_t>(j),
+  for (std::size_t j = 0; j < column.joints; ++j) {
+    text += Text(j > 0 ? ", " : "", Quoted(column.frames_file), " using 1:", row.column + j,
                  " with lines lw 1.6 lc rgb '", kColours[j], "' title 'j", j + 1, "'");
   }
   if (row.column != kRows[0].column || column.waypoints_file.empty()) return text + '\n';
-  for (int j = 0; j < std::min(column.joints, column.group->traj.floats); ++j) {
+  for (std::size_t j = 0; j < std::min(column.joints, WaypointJoints(*column.group)); ++j) {
     text += Text(", ", Quoted(column.waypoints_file), " using 1:", j + 2,
                  " with points pt 7 ps 0.35 lc rgb '", kColours[j], "' notitle");
   }
@@ -111,9 +110,9 @@ std::string PlotCommand(const Column& column, const Row& row) {
 
 std::string TerminalLine(const std::string& output, std::size_t columns) {
   const bool png = output.ends_with(".png");
-  return Text("set terminal ", png ? "pngcairo" : "svg", " size ",
-              static_cast<std::size_t>(kColumnWidth) * columns, ',', kHeight,
-              " font 'DejaVu Sans,13' background rgb 'white'\nset output ", Quoted(output), '\n');
+  return Text("set terminal ", png ? "pngcairo" : "svg", " size ", kColumnWidth * columns, ',',
+              kHeight, " font 'DejaVu Sans,13' background rgb 'white'\nset output ", Quoted(output),
+              '\n');
 }
 
 std::string Script(const std::vector<Column>& columns, const std::string& output) {

@@ -4,6 +4,7 @@
 
 #include "cuter/ccuter50.h"
 #include "tools/failure.h"
+#include "tools/group_argument.h"
 
 namespace {
 
@@ -15,10 +16,11 @@ constexpr double kFilterPeriod_s = 0.001;
 constexpr std::size_t kStartSearch = 500;
 
 template <std::size_t columns>
-void AppendColumns(std::vector<Axes>& samples, const double (&block)[AREA_AXES][columns], int dof) {
+void AppendColumns(std::vector<Axes>& samples, const double (&block)[AREA_AXES][columns],
+                   std::size_t dof) {
   for (std::size_t c = 0; c < columns; ++c) {
     Axes sample{};
-    for (std::size_t j = 0; j < static_cast<std::size_t>(dof); ++j) sample[j] = block[j][c];
+    for (std::size_t j = 0; j < dof; ++j) sample[j] = block[j][c];
     samples.push_back(sample);
   }
 }
@@ -40,11 +42,12 @@ std::size_t CommonFrames(const std::vector<Frame>& frames, const StreamSetup& se
 
 }  // namespace
 
-std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group, int dof) {
+std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group,
+                                    std::size_t dof) {
   std::vector<Axes> points;
   for (const Waypoint& waypoint : waypoints.points) {
     Axes point{};
-    for (std::size_t j = 0; j < static_cast<std::size_t>(group.traj.floats); ++j) {
+    for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
       point[j] = waypoint.joint[j];
     }
     points.push_back(point);
@@ -54,9 +57,9 @@ std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& 
   double mid[AREA_AXES][20]{};
   double end[AREA_AXES][51]{};
   std::vector<Axes> samples;
-  bool cut =
-      cutter.OnInit(dof) && cutter.OnCutStart(points[0].data(), points[1].data(), points[2].data(),
-                                              points[3].data(), points[4].data(), bgn);
+  bool cut = cutter.OnInit(static_cast<long>(dof)) &&
+             cutter.OnCutStart(points[0].data(), points[1].data(), points[2].data(),
+                               points[3].data(), points[4].data(), bgn);
   AppendColumns(samples, bgn, dof);
   for (std::size_t k = kLeastWaypoints; k < points.size(); ++k) {
     cut = cut && cutter.OnCutPoint(points[k].data(), mid);
@@ -70,17 +73,26 @@ std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& 
 
 StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
     : dof_(setup.limits.dof), target_(start) {
-  Axes vel = ScaleLimits(setup.limits.vel_max, setup.vel_percent);
-  Axes acc = ScaleLimits(setup.limits.acc_max, setup.acc_percent);
-  for (std::size_t j = static_cast<std::size_t>(setup.axes); j < AREA_AXES; ++j)
-    vel[j] = acc[j] = 0;
+  Axes vel{};
+  Axes acc{};
   Axes third{};
-  for (std::size_t j = 0; j < AREA_AXES; ++j) third[j] = setup.limits.acc_max[j] * 10;
-  if (!ZQAVGF_OnInit(&filter_, dof_, kFilterSamples, kFilterPeriod_s) ||
-      !ZQNSyncDTS_OnInit(&generator_, dof_, setup.period_ms, vel.data(), acc.data(),
+  for (std::size_t j = 0; j < dof_; ++j) {
+    vel[j] = setup.limits.vel_max[j] * 0.1;
+    acc[j] = setup.limits.acc_max[j] * 0.1;
+    third[j] = setup.limits.acc_max[j] * 10;
+  }
+  const auto axes = static_cast<long>(dof_);
+  if (!ZQAVGF_OnInit(&filter_, axes, kFilterSamples, kFilterPeriod_s) ||
+      !ZQNSyncDTS_OnInit(&generator_, axes, setup.period_ms, vel.data(), acc.data(),
                          third.data())) {
     Fail("the motion maths refuse ", dof_, " axes at ", setup.period_ms, " ms");
   }
+  vel = ScaleLimits(setup.limits.vel_max, setup.vel_percent);
+  acc = ScaleLimits(setup.limits.acc_max, setup.acc_percent);
+  for (std::size_t j = setup.axes; j < AREA_AXES; ++j) {
+    vel[j] = acc[j] = 0;
+  }
+  ZQNSyncDTS_OnSetRunTimeLmt(&generator_, vel.data(), acc.data());
   ZQNSyncDTS_OnDT(&generator_, target_.data(), frame_.pos.data());
   ZQAVGF_OnFilt(&filter_, frame_.pos.data(), frame_.pos.data(), frame_.vel.data());
 }

@@ -12,14 +12,15 @@
 
 struct StreamSetup {
   GroupLimits limits;    // of the configuration
-  int axes = 0;          // servo axes: so many limits are scaled
+  std::size_t axes = 0;  // servo axes: so many limits are scaled
   double period_ms = 1;  // 1000 / BusFreq
   float vel_percent = 0;
   float acc_percent = 0;
 };
 
 // Targets of a run, one a frame.
-std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group, int dof);
+std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group,
+                                    std::size_t dof);
 
 class StreamModel {
  public:
@@ -36,7 +37,7 @@ class StreamModel {
  private:
   ZQNSyncDTS generator_;
   ZQAVGF filter_;
-  int dof_;
+  std::size_t dof_;
   Axes target_;
   Frame frame_;
 };

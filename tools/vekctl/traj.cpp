@@ -79,7 +79,7 @@ Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::stri
 
 // Whether the group comes to rest at the last waypoint.
 bool Arrives(const Areas& areas, const GroupRow& group, const Waypoints& waypoints) {
-  const auto joints = static_cast<std::size_t>(group.traj.floats);
+  const auto joints = WaypointJoints(group);
   for (const auto start = Clock::now(); Clock::now() - start < kSettle; PollPause()) {
     double distance = 0;
     for (std::size_t j = 0; j < joints; ++j) {

@@ -73,7 +73,7 @@ class GroupCheck {
     std::size_t worst = 0;
     double worst_value = 0;
     double worst_share = -1;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(setup_.limits.dof); ++j) {
+    for (std::size_t j = 0; j < setup_.limits.dof; ++j) {
       double largest = 0;
       for (const Axes& value : values) {
         // Written so that what is no number counts as beyond every limit.
@@ -103,7 +103,7 @@ class GroupCheck {
 
   void CheckEnd() {
     double distance = 0;
-    for (std::size_t j = 0; j < static_cast<std::size_t>(setup_.limits.dof); ++j) {
+    for (std::size_t j = 0; j < setup_.limits.dof; ++j) {
       const double target =
           j < AREA_WAYPOINT_FLOATS ? static_cast<double>(waypoints_.points.back().joint[j]) : 0;
       const double off = std::fabs(frames_.back().pos[j] - target);
@@ -150,7 +150,7 @@ StreamSetup ReadSetup(const std::vector<unsigned char>& config, const AreaView& 
   const int bus_freq = shared::load(config.data(), SHARED_FIELD(CfgConfig, BusFreq));
   if (bus_freq < 1) Fail("robot.ini: BusFreq is ", bus_freq);
   return {.limits = ReadGroupLimits(config.data(), group),
-          .axes = ClampAxes(shared::load(mac.get(), group.axes)),
+          .axes = static_cast<std::size_t>(ClampAxes(shared::load(mac.get(), group.axes))),
           .period_ms = 1000.0 / bus_freq,
           .vel_percent = shared::load(udp.get(), group.udp.vel_percent),
           .acc_percent = shared::load(udp.get(), group.udp.acc_percent)};

@@ -1,0 +1,114 @@
+// Vek and the simulated servo task together, operated by vekctl and by scripts.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/support/temp_root.h"
+#include "tests/tools/tool_files.h"
+#include "vek/groups.h"
+
+namespace {
+
+const std::string kMotions = std::string(VEK_SOURCE_DIR) + "/config/motions/";
+
+// A fresh root and a Vek that runs in it.
+class EndToEnd : public testing::Test {
+ protected:
+  EndToEnd() {
+    root_.MakeAreas();
+    root_.CopySampleIni();
+    EXPECT_EQ(RunProgram("vekctl", {"init"}).status, 0);
+    setenv("VEK_LOG", root_.Path("/var/vek.log").c_str(), 1);
+  }
+
+  static Outcome Ctl(const std::vector<std::string>& arguments) {
+    return RunProgram("vekctl", arguments);
+  }
+
+  TempRoot root_;
+};
+
+TEST_F(EndToEnd, AScriptPlaysBothArmsAndTheRecordingIsRight) {
+  const TempFile script("0 state arm0 POSITION\n0 state arm1 POSITION\n300 traj arm0 " + kMotions +
+                        "arm0_wave.csv\n300 traj arm1 " + kMotions +
+                        "arm1_eight.csv\n2000 pause arm1 on\n2500 pause arm1 off\n"
+                        "3000 stall 20\n11000 quit\n");
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  const std::string frames = root_.Path("/frames.csv");
+  ChildProcess drusim("drusim",
+                      {"--script", script.path(), "--record", frames, "--groups", "arm0,arm1"});
+  ASSERT_EQ(drusim.Wait(100), 0) << drusim.Stderr();
+  EXPECT_NE(drusim.Stdout().find("arm0 frames "), std::string::npos) << drusim.Stdout();
+  vek.Signal(SIGINT);
+  EXPECT_EQ(vek.Wait(), 0);
+  const Outcome verify =
+      Ctl({"verify", frames, "--traj", "arm0=" + kMotions + "arm0_wave.csv", "--traj",
+           "arm1=" + kMotions + "arm1_eight.csv", "--log", root_.Path("/var/vek.log")});
+  EXPECT_EQ(verify.status, 0) << verify.out << verify.err;
+}
+
+TEST_F(EndToEnd, VekctlTellsWhatVekAnswers) {
+  const Outcome dead = Ctl({"state", "arm0", "POSITION"});
+  EXPECT_EQ(dead.status, 1);
+  EXPECT_EQ(dead.err, "vekctl: arm0: Vek is not running (its cycle stamp stands still)\n");
+
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  const Outcome early = Ctl({"traj", "arm0", kMotions + "arm0_wave.csv"});
+  EXPECT_EQ(early.status, 1);
+  EXPECT_EQ(early.err, "vekctl: arm0: is in IDLE, trajectories play in POSITION\n");
+  const Outcome unserved = Ctl({"state", "arm1", "POSITION", "--timeout", "0.5"});
+  EXPECT_EQ(unserved.status, 1);
+  EXPECT_NE(unserved.err.find("the servo side is still in IDLE"), std::string::npos);
+
+  ChildProcess drusim("drusim");
+  const Outcome status = [&] {
+    Outcome now = Ctl({"status"});
+    WaitUntil(
+        [&] { return (now = Ctl({"status"})).out.find("dru  running") != std::string::npos; });
+    return now;
+  }();
+  EXPECT_NE(status.out.find("vek  running"), std::string::npos) << status.out;
+  EXPECT_NE(status.out.find("robot.ini loaded"), std::string::npos) << status.out;
+
+  for (const char* group : {"arm0", "arm1", "head", "body", "lift"}) {
+    const Outcome reached = Ctl({"state", group, "POSITION"});
+    EXPECT_EQ(reached.status, 0) << reached.err;
+    EXPECT_NE(reached.out.find("POSITION reached after"), std::string::npos) << reached.out;
+  }
+  const Outcome free = Ctl({"stop", "arm1"});
+  EXPECT_EQ(free.status, 0);
+  EXPECT_EQ(free.out, "arm1: no run to stop\n");
+
+  ChildProcess run("vekctl", {"traj", "arm1", kMotions + "arm1_eight.csv"});
+  ASSERT_TRUE(run.WaitForText("waypoint 1")) << run.Stderr();
+  const Outcome second = Ctl({"traj", "arm1", kMotions + "arm1_eight.csv"});
+  EXPECT_EQ(second.status, 1);
+  EXPECT_EQ(second.err, "vekctl: arm1: has a trajectory already (playing)\n");
+  EXPECT_EQ(Ctl({"stop", "arm1"}).out, "arm1: stopped\n");
+  EXPECT_EQ(run.Wait(), 1);
+  EXPECT_NE(run.Stderr().find(" at waypoint "), std::string::npos) << run.Stderr();
+
+  for (ChildProcess* child : {&drusim, &vek}) {
+    child->Signal(SIGINT);
+    EXPECT_EQ(child->Wait(), 0);
+  }
+}
+
+TEST_F(EndToEnd, ARejectionNamesItsReason) {
+  const TempFile script("0 brake arm1 on\n0 set sysinfo 16004 i32 2\n0 set sysinfo 16148 i32 0\n");
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  ChildProcess drusim("drusim", {"--script", script.path()});
+  ASSERT_TRUE(WaitUntil([&] { return Ctl({"status"}).out.find("unlocked") != std::string::npos; }));
+  const Outcome brake = Ctl({"state", "arm1", "POSITION"});
+  EXPECT_EQ(brake.status, 1);
+  EXPECT_EQ(brake.err, "vekctl: arm1: POSITION rejected by Vek: a brake is held unlocked\n");
+  const Outcome moving = Ctl({"state", "body", "POSITION"});
+  EXPECT_EQ(moving.status, 1);
+  EXPECT_EQ(moving.err, "vekctl: body: POSITION rejected by Vek: the group is moving\n");
+}
+
+}  // namespace
