@@ -18,7 +18,7 @@ void OnQuit(int) {
 
 bool MapArea(KShm& kshm, const char* path, long size) {
   KShmOnInit(&kshm);
-  if (kshm.OnOpen(host_path(path).c_str(), size)) return true;
+  if (kshm.OnOpen(path, size)) return true;
   std::printf("Failed to map %s\n", path);
   return false;
 }

@@ -14,7 +14,7 @@ constexpr long kPrivateRingSize = 71680;
 
 bool MapArea(KShm& shm, const char* path, long size, void*& base) {
   KShmOnInit(&shm);
-  if (!shm.OnOpen(host_path(path).c_str(), size)) {
+  if (!shm.OnOpen(path, size)) {
     g_log_clt.ERROR_LOG("Failed to map %s", path);
     return false;
   }
@@ -83,7 +83,7 @@ bool Vek::MapTrajBuf() {
   ShmOnInit(&trajbuf_shm_);
   char path[512];
   std::snprintf(path, sizeof path, "%s/%s", kTagsFolder, kTrajBufFile);
-  if (!trajbuf_shm_.OnOpen(host_path(path).c_str(), AREA_TRAJBUF_SIZE)) {
+  if (!trajbuf_shm_.OnOpen(path, AREA_TRAJBUF_SIZE)) {
     std::puts("Failed to init TrajBuf.shm");
     std::fflush(stdout);
     return false;

@@ -33,15 +33,12 @@ class ChildProcess {
   int status_ = -1;
 };
 
-// Polls `condition` every millisecond; false when it did not hold within `seconds`.
-template <class Condition>
-bool WaitUntil(Condition condition, double seconds = 30);
-
 // Sleeps one millisecond.
 void PollPause();
 
+// Polls `condition` every millisecond; false when it did not hold within `seconds`.
 template <class Condition>
-bool WaitUntil(Condition condition, double seconds) {
+bool WaitUntil(Condition condition, double seconds = 30) {
   for (double waited = 0; waited < seconds; waited += 0.001) {
     if (condition()) return true;
     PollPause();

@@ -1,0 +1,252 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "tests/support/log_lines.h"
+#include "tests/vek/vek_rig.h"
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr int kRingFrames = AREA_RING_CAPACITY / AREA_FRAME_SIZE;
+
+std::uint32_t Flag(const PvtFrame& frame) {
+  return shared::load(&frame, SHARED_FIELD(PvtFrame, stream_flag));
+}
+
+bool AllFinite(const PvtFrame& frame) {
+  for (std::size_t k = 0; k < 24; ++k) {
+    if (!std::isfinite(shared::load(&frame, SHARED_FIELD(PvtFrame, pos), k))) return false;
+  }
+  return true;
+}
+
+// Runs cycles with a servo task that takes whatever is there; all frames.
+std::vector<PvtFrame> Play(VekRig& rig, const GroupRow& group, int cycles) {
+  std::vector<PvtFrame> frames;
+  for (int k = 0; k < cycles; ++k) {
+    rig.Cycle();
+    for (const PvtFrame& frame : rig.TakeFrames(group)) frames.push_back(frame);
+  }
+  return frames;
+}
+
+class ArmControl : public testing::TestWithParam<int> {
+ protected:
+  const GroupRow& Group() const { return kGroups[static_cast<std::size_t>(GetParam())]; }
+  std::string Name() const { return Group().name; }
+};
+
+INSTANTIATE_TEST_SUITE_P(BothArms, ArmControl, testing::Values(0, 1));
+
+}  // namespace
+
+TEST_P(ArmControl, EntersAtTheActualPositionAndHoldsIt) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  const std::vector<double> actual{0.1, -0.2, 0.3, -0.4, 0.5, -0.6, 0.7, 99};
+  rig.SetJointPos(Group(), actual);
+  rig.Cycle();
+  EXPECT_TRUE(rig.TakeFrames(Group()).empty()) << "streams outside POSITION";
+
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  const std::vector<PvtFrame> frames = Play(rig, Group(), 5);
+  ASSERT_EQ(frames.size(), 1 + 4 * 3U) << "one start frame, then three a cycle";
+  for (std::size_t k = 0; k < frames.size(); ++k) {
+    EXPECT_EQ(Flag(frames[k]), k == 0 ? 0U : 1U);
+    for (int j = 0; j < 7; ++j) {
+      EXPECT_EQ(FramePos(frames[k], j), actual[static_cast<std::size_t>(j)]);
+    }
+    EXPECT_EQ(FramePos(frames[k], 7), 0) << "an axis beyond Dof";
+  }
+  const std::vector<std::string> expected{
+      "INFO  " + Name() +
+          ": Set start position "
+          "{0.100000,-0.200000,0.300000,-0.400000,0.500000,-0.600000,0.700000}",
+      "INFO  " + Name() + ": OnProcessPosCtrl: go to sub state 1"};
+  EXPECT_EQ(LogLines(Name()), expected);
+}
+
+TEST_P(ArmControl, RetriesTheStartFrameUntilTheRingTakesIt) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  for (int k = 0; k < 20; ++k) rig.Cycle();  // fills the ring
+  rig.SetState(Group(), GROUP_STATE_IDLE);
+  rig.Cycle();
+  rig.SetJointPos(Group(), {1.0});
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  rig.Cycle();
+  rig.SetJointPos(Group(), {2.0});  // too late: the start frame is built
+  for (int k = 0; k < 5; ++k) rig.Cycle();
+  EXPECT_EQ(LogLines("Set start position").size(), 2U);
+  EXPECT_EQ(LogLines("go to sub state 1").size(), 1U);
+
+  EXPECT_EQ(rig.TakeFrames(Group()).size(), static_cast<std::size_t>(kRingFrames));
+  rig.Cycle();
+  const std::vector<PvtFrame> frames = rig.TakeFrames(Group());
+  ASSERT_EQ(frames.size(), 1U);
+  EXPECT_EQ(Flag(frames[0]), 0U);
+  EXPECT_EQ(FramePos(frames[0], 0), 1.0);
+  EXPECT_EQ(LogLines("go to sub state 1").size(), 2U);
+}
+
+TEST_P(ArmControl, APausedConsumerLosesNothing) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.LoadWaypoints(Group(), 12);
+  std::vector<double> runs[2];
+  for (int run = 0; run < 2; ++run) {
+    rig.SetState(Group(), GROUP_STATE_IDLE);
+    rig.Cycle();
+    rig.TakeFrames(Group());
+    rig.SetState(Group(), GROUP_STATE_POSITION);
+    rig.SetTrajState(Group(), TRAJ_START);
+    for (int k = 0; k < 2000; ++k) {
+      rig.Cycle();
+      // The second run's consumer pauses and resumes, and takes what has gathered.
+      if (run == 1 && k % 50 < 40) continue;
+      for (const PvtFrame& frame : rig.TakeFrames(Group())) {
+        runs[run].push_back(FramePos(frame, 6));
+      }
+    }
+    EXPECT_EQ(rig.TrajState(Group()), TRAJ_IDLE);
+  }
+  const std::size_t compared = std::min(runs[0].size(), runs[1].size());
+  ASSERT_GT(compared, 300U);
+  for (std::size_t k = 0; k < compared; ++k) ASSERT_EQ(runs[0][k], runs[1][k]) << "frame " << k;
+}
+
+TEST_P(ArmControl, FollowsARunWithinItsLimitsAndRestsOnTheLastWaypoint) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  shared::store(rig.udp, Group().udp.vel_percent, 10.0F);
+  shared::store(rig.udp, Group().udp.acc_percent, 10.0F);
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  Play(rig, Group(), 1);
+  rig.LoadWaypoints(Group(), 33, 0.1);
+  rig.SetTrajState(Group(), TRAJ_START);
+  const std::vector<PvtFrame> frames = Play(rig, Group(), 4000);
+  for (int j = 0; j < 7; ++j) {
+    const auto limit = [&](shared::Field<double> field) {
+      field.offset += static_cast<std::size_t>(j) * Group().cfg.joint_stride;
+      return shared::load(rig.cfg, field) * 0.1;
+    };
+    double fastest = 0;
+    double hardest = 0;
+    for (std::size_t k = 2; k < frames.size(); ++k) {
+      const double v1 = (FramePos(frames[k - 1], j) - FramePos(frames[k - 2], j)) * 1000;
+      const double v2 = (FramePos(frames[k], j) - FramePos(frames[k - 1], j)) * 1000;
+      fastest = std::max(fastest, std::abs(v2));
+      hardest = std::max(hardest, std::abs(v2 - v1) * 1000);
+    }
+    EXPECT_LE(fastest, limit(Group().cfg.vel_max) * (1 + 1e-9));
+    EXPECT_LE(hardest, limit(Group().cfg.acc_max) * (1 + 1e-6) + 1e-8);
+    if (j == 6) {
+      EXPECT_GT(fastest, 0.9 * limit(Group().cfg.vel_max)) << "does not use its speed";
+    }
+    EXPECT_NEAR(FramePos(frames.back(), j), rig.Waypoint(Group(), 32, j), 1e-12);
+    EXPECT_EQ(FramePos(frames.back(), j), FramePos(frames[frames.size() - 100], j)) << "stillness";
+  }
+}
+
+TEST_P(ArmControl, LeavingPositionKeepsTheRun) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  rig.LoadWaypoints(Group(), 30);
+  rig.SetTrajState(Group(), TRAJ_START);
+  Play(rig, Group(), 40);
+  const int state = rig.TrajState(Group());
+  const std::int32_t next = shared::load(rig.trajbuf, Group().traj.next_point);
+  EXPECT_TRUE(state == TRAJ_PLAY_MID || state == TRAJ_NEXT_POINT);
+  for (const int left : {GROUP_STATE_IDLE, GROUP_STATE_TORQUE, GROUP_STATE_ERROR}) {
+    rig.SetState(Group(), left);
+    EXPECT_TRUE(Play(rig, Group(), 10).empty());
+    EXPECT_EQ(rig.TrajState(Group()), state);
+  }
+  EXPECT_EQ(shared::load(rig.trajbuf, Group().traj.next_point), next);
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  const std::vector<PvtFrame> frames = Play(rig, Group(), 500);
+  EXPECT_EQ(Flag(frames[0]), 0U);
+  EXPECT_EQ(rig.TrajState(Group()), TRAJ_IDLE);
+  EXPECT_EQ(LogLines(Name() + ": Run traj plan finish at {").size(), 1U);
+}
+
+TEST_P(ArmControl, ReadsItsLimitsAtEveryEntry) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.LoadWaypoints(Group(), 10);
+  for (const float percent : {0.0F, -5.0F, std::numeric_limits<float>::quiet_NaN(), 100.0F}) {
+    shared::store(rig.udp, Group().udp.vel_percent, percent);
+    rig.SetState(Group(), GROUP_STATE_IDLE);
+    rig.Cycle();
+    rig.SetJointPos(Group(), std::vector<double>(8, 0.0));
+    rig.SetState(Group(), GROUP_STATE_POSITION);
+    rig.SetTrajState(Group(), TRAJ_START);
+    const std::vector<PvtFrame> frames = Play(rig, Group(), 20);
+    EXPECT_EQ(FramePos(frames.back(), 6) != 0, percent == 100.0F) << percent << " %";
+    rig.SetTrajState(Group(), TRAJ_STOP);
+    Play(rig, Group(), 2);
+  }
+}
+
+TEST_P(ArmControl, AnUnusableActualPositionIsReportedOnceAnEntry) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.SetJointPos(Group(), {0, 0, 0, 0, 0, 0, kNaN, kNaN});
+  for (int entry = 0; entry < 2; ++entry) {
+    rig.SetState(Group(), GROUP_STATE_POSITION);
+    EXPECT_TRUE(Play(rig, Group(), 10).empty());
+    rig.SetState(Group(), GROUP_STATE_IDLE);
+    rig.Cycle();
+  }
+  EXPECT_EQ(LogLines("ERROR " + Name() + ": Failed to set start position").size(), 2U);
+  rig.SetJointPos(Group(), {0, 0, 0, 0, 0, 0, 0.5, kNaN});
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  const std::vector<PvtFrame> frames = Play(rig, Group(), 3);
+  ASSERT_FALSE(frames.empty());
+  EXPECT_EQ(FramePos(frames.back(), 6), 0.5);
+  EXPECT_TRUE(AllFinite(frames.back()));
+}
+
+TEST_P(ArmControl, GarbageInTheAreasNeverReachesAFrame) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  rig.SetState(Group(), GROUP_STATE_POSITION);
+  rig.LoadWaypoints(Group(), 40);
+  constexpr std::int32_t kWild[] = {std::numeric_limits<std::int32_t>::min(), -1, 5000, 5001,
+                                    std::numeric_limits<std::int32_t>::max()};
+  std::vector<PvtFrame> frames;
+  for (const std::int32_t wild : kWild) {
+    shared::store(rig.mac, Group().axes, wild);
+    shared::store(rig.cfg, Group().cfg.dof, wild);
+    shared::store(rig.trajbuf, Group().traj.point_count, wild);
+    shared::store(rig.trajbuf, Group().traj.points, std::numeric_limits<float>::quiet_NaN(), 50);
+    shared::store(rig.trajbuf, Group().traj.points, std::numeric_limits<float>::infinity(), 90);
+    rig.SetTrajState(Group(), TRAJ_START);
+    for (int k = 0; k < 60; ++k) {
+      if (k == 30) shared::store(rig.trajbuf, Group().traj.next_point, wild);
+      for (const PvtFrame& frame : Play(rig, Group(), 1)) frames.push_back(frame);
+    }
+    // A new entry with the wild axis counts.
+    rig.SetState(Group(), GROUP_STATE_IDLE);
+    rig.Cycle();
+    rig.SetState(Group(), GROUP_STATE_POSITION);
+  }
+  ASSERT_GT(frames.size(), 500U);
+  for (const PvtFrame& frame : frames) ASSERT_TRUE(AllFinite(frame));
+}
+
+TEST(PositionControl, DoesNothingWithoutConfiguration) {
+  VekRig rig;
+  rig.root.Remove("/home/QUARLE/Config/cfg/robot.ini");
+  ASSERT_TRUE(rig.Init());
+  for (const GroupRow& group : kGroups) rig.SetState(group, GROUP_STATE_POSITION);
+  shared::store(rig.udp, kGroups[0].udp.traj_state, TRAJ_START);
+  for (int k = 0; k < 5; ++k) rig.Cycle();
+  for (const GroupRow& group : kGroups) EXPECT_TRUE(rig.TakeFrames(group).empty());
+  EXPECT_EQ(rig.TrajState(kGroups[0]), TRAJ_START);
+  EXPECT_EQ(shared::load(rig.udp, kGroups[0].udp.state_echo), GROUP_STATE_POSITION);
+}

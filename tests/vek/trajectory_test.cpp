@@ -1,0 +1,153 @@
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "tests/support/log_lines.h"
+#include "tests/vek/vek_rig.h"
+
+namespace {
+
+class Trajectory : public testing::TestWithParam<int> {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(rig_.Init());
+    rig_.LoadWaypoints(Group(), 5000);
+  }
+  int Arm() const { return GetParam(); }
+  const GroupRow& Group() const { return kGroups[static_cast<std::size_t>(Arm())]; }
+  std::string Name() const { return Group().name; }
+
+  void SetPointCount(std::int32_t count) {
+    shared::store(rig_.trajbuf, Group().traj.point_count, count);
+  }
+  void SetNextPoint(std::int32_t next) {
+    shared::store(rig_.trajbuf, Group().traj.next_point, next);
+  }
+  void Step() { rig_.vek.ComputeArmTraj(Arm(), target_.data()); }
+  // Steps until the run has ended; the number of steps, at most `most`.
+  int StepToEnd(int most) {
+    int steps = 0;
+    while (rig_.TrajState(Group()) != TRAJ_IDLE && steps < most) {
+      Step();
+      ++steps;
+    }
+    return steps;
+  }
+
+  VekRig rig_;
+  std::array<double, AREA_AXES> target_{};
+};
+
+INSTANTIATE_TEST_SUITE_P(BothArms, Trajectory, testing::Values(0, 1));
+
+}  // namespace
+
+TEST_P(Trajectory, PlaysTwentySamplesAnIntervalAndElevenMore) {
+  // Waypoints announced, waypoints played: fewer than five still play five, more than the block
+  // holds play all of it.
+  constexpr std::array<std::int32_t, 2> kRuns[] = {{5, 5},  {6, 6},       {300, 300},        {0, 5},
+                                                   {-7, 5}, {5000, 5000}, {2000000000, 5000}};
+  for (const auto& [announced, played] : kRuns) {
+    SetPointCount(announced);
+    rig_.SetTrajState(Group(), TRAJ_START);
+    EXPECT_EQ(StepToEnd(200000), 20 * (played - 1) + 11) << announced;
+    for (int j = 0; j < 7; ++j) {
+      EXPECT_NEAR(target_[static_cast<std::size_t>(j)], rig_.Waypoint(Group(), played - 1, j),
+                  1e-9);
+    }
+    EXPECT_EQ(target_[7], 0) << "an axis beyond Dof";
+    EXPECT_EQ(shared::load(rig_.trajbuf, Group().traj.next_point), played);
+  }
+  EXPECT_EQ(LogLines("INFO  " + Name() + ": Run traj plan finish at {").size(), std::size(kRuns));
+}
+
+TEST_P(Trajectory, StepsThroughTheStatesInTheirOrder) {
+  SetPointCount(6);
+  rig_.SetTrajState(Group(), TRAJ_START);
+  // Byte after each number of steps.
+  constexpr std::array<int, 2> kStates[] = {
+      {1, TRAJ_PLAY_START}, {39, TRAJ_PLAY_START}, {40, TRAJ_NEXT_POINT},
+      {41, TRAJ_PLAY_MID},  {59, TRAJ_PLAY_MID},   {60, TRAJ_NEXT_POINT},
+      {61, TRAJ_PLAY_END},  {110, TRAJ_PLAY_END},  {111, TRAJ_IDLE}};
+  int step = 0;
+  for (const auto& [steps, state] : kStates) {
+    for (; step < steps; ++step) Step();
+    EXPECT_EQ(rig_.TrajState(Group()), state) << "after step " << steps;
+  }
+}
+
+TEST_P(Trajectory, AStopRequestFreezesTheTargetAndALaterStartBeginsAfresh) {
+  SetPointCount(40);
+  for (const int steps : {1, 20, 40, 45, 60}) {
+    rig_.SetTrajState(Group(), TRAJ_START);
+    for (int k = 0; k < steps; ++k) Step();
+    const auto frozen = target_;
+    rig_.SetTrajState(Group(), TRAJ_STOP);
+    for (int k = 0; k < 5; ++k) Step();
+    EXPECT_EQ(target_, frozen);
+    EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
+  }
+  EXPECT_EQ(LogLines("INFO  " + Name() + ": Run traj plan stop at {").size(), 5U);
+  rig_.SetTrajState(Group(), TRAJ_START);
+  EXPECT_EQ(StepToEnd(10000), 20 * 39 + 11);
+}
+
+TEST_P(Trajectory, PlaysNothingOnSomebodyElsesWord) {
+  for (const int foreign : {TRAJ_PLAY_START, TRAJ_PLAY_MID, TRAJ_PLAY_END}) {
+    rig_.SetTrajState(Group(), foreign);
+    Step();
+    EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
+  }
+  EXPECT_TRUE(LogLines(Name()).empty());
+  // In the middle of a run, too: the byte that this controller last wrote is another one.
+  rig_.SetTrajState(Group(), TRAJ_START);
+  Step();
+  const auto target = target_;
+  rig_.SetTrajState(Group(), TRAJ_PLAY_END);
+  Step();
+  EXPECT_EQ(target_, target);
+  EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
+  // Bytes without a meaning stay as they are.
+  for (const int idle : {1, 2, 10, 127, -1, -128}) {
+    rig_.SetTrajState(Group(), idle);
+    Step();
+    EXPECT_EQ(rig_.TrajState(Group()), idle);
+  }
+}
+
+TEST_P(Trajectory, RefusalsOfThePlannerEndTheRun) {
+  SetPointCount(100);
+  SetNextPoint(7);
+  // The planner is not cutting: it takes neither a further waypoint nor the end.
+  rig_.SetTrajState(Group(), TRAJ_NEXT_POINT);
+  Step();
+  EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
+  rig_.SetTrajState(Group(), TRAJ_END);
+  Step();
+  EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
+  const std::vector<std::string> expected{
+      "ERROR " + Name() + ": Failed to plan traj mid, OnCutPoint(P7)",
+      "ERROR " + Name() + ": Failed to plan traj end, OnCutStop(P7)"};
+  EXPECT_EQ(LogLines(Name()), expected);
+}
+
+TEST_P(Trajectory, ANextPointOutsideTheBlockEndsTheRun) {
+  for (const std::int32_t wild : {-1, 100, 4999, 5000, 2000000000, -2000000000}) {
+    SetPointCount(100);
+    rig_.SetTrajState(Group(), TRAJ_START);
+    for (int k = 0; k < 40; ++k) Step();
+    SetNextPoint(wild);
+    EXPECT_EQ(StepToEnd(1000), 51) << wild;
+  }
+}
+
+TEST_P(Trajectory, OnlyItsOwnArmMoves) {
+  SetPointCount(10);
+  rig_.SetTrajState(Group(), TRAJ_START);
+  std::array<double, AREA_AXES> other{};
+  rig_.vek.ComputeArmTraj(1 - Arm(), other.data());
+  rig_.vek.ComputeArmTraj(2, other.data());
+  rig_.vek.ComputeArmTraj(-1, other.data());
+  EXPECT_EQ(rig_.TrajState(Group()), TRAJ_START);
+  EXPECT_EQ(StepToEnd(1000), 191);
+}

@@ -1,0 +1,154 @@
+#include <gtest/gtest.h>
+
+#include "tests/support/log_lines.h"
+#include "tests/vek/vek_rig.h"
+
+namespace {
+
+enum Outcome {
+  Ignored,  // nothing changes
+  Keep,     // accepted, soft_limit_disable kept
+  Clear,    // accepted, soft_limit_disable cleared
+  Brake,    // withdrawn: a brake is held unlocked
+  Moving,   // withdrawn: the group moves
+};
+
+// Brake unlocked and standstill as the servo task reports them; outcomes of arms and body, head,
+// lift.
+struct Row {
+  int state, request;
+  bool brake, still;
+  Outcome full, head, lift;
+};
+
+constexpr Row kRows[] = {
+    // IDLE is always accepted.
+    {1, 0, true, false, Clear, Clear, Clear},
+    {3, 0, false, false, Clear, Clear, Clear},
+    // POSITION.
+    {0, 1, false, false, Keep, Keep, Keep},
+    {0, 1, true, true, Brake, Brake, Keep},
+    {2, 1, false, true, Keep, Keep, Keep},
+    {2, 1, false, false, Moving, Keep, Keep},
+    {3, 1, false, false, Moving, Keep, Keep},
+    {3, 1, true, false, Brake, Brake, Keep},
+    // TORQUE and RELEASE.
+    {1, 2, false, true, Clear, Keep, Keep},
+    {1, 2, false, false, Moving, Keep, Keep},
+    {1, 3, false, false, Moving, Keep, Keep},
+    {0, 3, false, false, Clear, Keep, Keep},
+    {2, 3, false, false, Clear, Keep, Keep},
+    {1, 3, true, true, Brake, Brake, Keep},
+    // Codes that are no state of their own pass.
+    {0, 49, false, false, Keep, Keep, Keep},
+    {-1, 1, false, false, Keep, Keep, Keep},
+    // No request.
+    {1, 1, true, false, Ignored, Ignored, Ignored},
+    {0, 50, false, true, Ignored, Ignored, Ignored},
+    {0, 65535, false, true, Ignored, Ignored, Ignored},
+    {100, 0, false, true, Ignored, Ignored, Ignored},
+    {101, 1, false, true, Ignored, Ignored, Ignored},
+    {50, 1, false, true, Ignored, Ignored, Ignored},
+};
+
+Outcome Expected(const Row& row, const GroupRow& group) {
+  if (group.key == "head") return row.head;
+  return group.key == "lift" ? row.lift : row.full;
+}
+
+std::string StateName(const GroupRow& group, int state) {
+  return group.key == "head" ? Vek::GetHeadStateStr(state) : Vek::GetArmStateStr(state);
+}
+
+constexpr std::int32_t kUntouched = -77;
+
+void Check(VekRig& rig, const GroupRow& group, const Row& row) {
+  SCOPED_TRACE(std::string(group.name) + " state " + std::to_string(row.state) + " request " +
+               std::to_string(row.request));
+  rig.SetState(group, row.state);
+  shared::store(rig.sys, group.sys.state_transfer_cmd, kUntouched);
+  shared::store(rig.sys, group.sys.soft_limit_disable, kUntouched);
+  shared::store(rig.sys, group.sys.brake_unlock, row.brake ? 4 : 0);
+  shared::store(rig.sys, group.sys.standstill, row.still ? 1 : 0);
+  shared::store(rig.udp, group.udp.state_cmd, static_cast<std::uint16_t>(row.request));
+  const std::size_t logged = LogLines().size();
+
+  rig.vek.OnProcessRtUdpState();
+
+  const Outcome outcome = Expected(row, group);
+  const bool accepted = outcome == Keep || outcome == Clear;
+  const bool rejected = outcome == Brake || outcome == Moving;
+  EXPECT_EQ(shared::load(rig.sys, group.sys.state_transfer_cmd),
+            accepted ? row.request : kUntouched);
+  EXPECT_EQ(shared::load(rig.sys, group.sys.soft_limit_disable), outcome == Clear ? 0 : kUntouched);
+  EXPECT_EQ(shared::load(rig.udp, group.udp.state_cmd), rejected ? row.state : row.request);
+  std::vector<std::string> expected;
+  if (rejected) {
+    expected.push_back(
+        "ERROR " + std::string(group.name) + ": Failed to transfer to " +
+        StateName(group, row.request) +
+        (outcome == Brake ? ", some axes's brake is enforced unlocked" : ", robot is moving"));
+  }
+  std::vector<std::string> lines = LogLines();
+  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(logged));
+  EXPECT_EQ(lines, expected);
+}
+
+}  // namespace
+
+TEST(UdpState, JudgesRequestsOfEveryGroup) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  for (const GroupRow& group : kGroups) {
+    for (const Row& row : kRows) Check(rig, group, row);
+    // Park the group, so that it makes no requests of its own while the next one is judged.
+    rig.SetState(group, GROUP_STATE_ERROR);
+  }
+}
+
+TEST(UdpState, EchoesStateAndRequestOfEveryGroup) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  for (const GroupRow& group : kGroups) {
+    rig.SetState(group, 0x12345 + static_cast<int>(group.index));
+    shared::store(rig.sys, group.sys.group_state_request, -2 - static_cast<int>(group.index));
+  }
+  rig.vek.OnProcessRtUdpState();
+  for (const GroupRow& group : kGroups) {
+    EXPECT_EQ(shared::load(rig.udp, group.udp.state_echo), 0x2345 + group.index);
+    EXPECT_EQ(shared::load(rig.udp, group.udp.state_request_echo), 0xFFFFFFFEU - group.index);
+  }
+}
+
+TEST(UdpState, BrakesCountOnlyWhereThereAreAxes) {
+  VekRig rig;
+  ASSERT_TRUE(rig.Init());
+  using Query = bool (Vek::*)() const;
+  constexpr Query kQueries[] = {&Vek::IsBrakeUnlockArm0, &Vek::IsBrakeUnlockArm1,
+                                &Vek::IsBrakeUnlockHead, &Vek::IsBrakeUnlockBody};
+  for (std::size_t g = 0; g < std::size(kQueries); ++g) {
+    const auto unlocked = [&] { return (rig.vek.*kQueries[g])(); };
+    EXPECT_FALSE(unlocked());
+    shared::store(rig.sys, kGroups[g].sys.brake_unlock, -1);
+    EXPECT_TRUE(unlocked());
+    shared::store(rig.mac, kGroups[g].axes, 0);
+    EXPECT_FALSE(unlocked());
+  }
+}
+
+TEST(UdpState, NamesTheStatesThatEachGroupKnows) {
+  EXPECT_STREQ(Vek::GetArmStateStr(109), "TRANS_TO_IDLE");
+  EXPECT_STREQ(Vek::GetBodyStateStr(102), "TRANS_TO_TORQUE");
+  EXPECT_STREQ(Vek::GetArmStateStr(4), "Unknown State");
+  for (const int state : {2, 3, 102, 103}) {
+    EXPECT_STREQ(Vek::GetHeadStateStr(state), "Unknown State");
+    EXPECT_STREQ(Vek::GetLiftStateStr(state), "Unknown State");
+  }
+  EXPECT_STREQ(Vek::GetLiftStateStr(100), "ERROR");
+}
+
+TEST(UdpState, WithoutAreasNothingHappens) {
+  Vek vek;
+  vek.OnProcessRtUdpState();
+  EXPECT_FALSE(vek.IsBrakeUnlockArm0());
+}

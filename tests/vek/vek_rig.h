@@ -1,0 +1,45 @@
+// A Vek object at a desk without clock or servo task: a root with areas and the sample robot.ini,
+// and the test in the place of the front end, the servo task and the real-time task.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/shared_memory.h"
+#include "tests/support/temp_root.h"
+#include "vek/vek.h"
+
+class VekRig {
+ public:
+  // Areas, sample robot.ini, axis counts 7, 7, 3, 6, 2, all percents 100, log started.
+  VekRig();
+  bool Init() { return vek.OnInit(sys, cfg); }
+
+  // The servo task's and the front end's words.
+  void SetState(const GroupRow& group, int state);
+  void SetJointPos(const GroupRow& group, const std::vector<double>& positions);
+  void SetTrajState(const GroupRow& group, int state);
+  int TrajState(const GroupRow& group) const;
+  // Waypoints a front end loads: waypoint k of axis j is amplitude * (j + 1) * (1 - cos(w k)) / 2.
+  void LoadWaypoints(const GroupRow& group, int count, double amplitude = 0.01);
+  float Waypoint(const GroupRow& group, int k, int axis) const;
+
+  // One cycle of the real-time task.
+  void Cycle();
+  // All frames that wait in the group's ring.
+  std::vector<PvtFrame> TakeFrames(const GroupRow& group);
+
+  TempRoot root;
+  KShm sys_map, cfg_map, mac_map, udp_map, vek2dru_map;
+  Shm trajbuf_map;
+  SysInfo* sys;
+  CfgConfig* cfg;
+  void* mac;
+  void* udp;
+  void* vek2dru;
+  void* trajbuf;
+  Vek vek;
+};
+
+// Component of a frame, by value: frames are packed.
+double FramePos(const PvtFrame& frame, int axis);
