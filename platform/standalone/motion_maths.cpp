@@ -80,9 +80,9 @@ double advance(const ZQNSyncDTS& state, int a) {
   const double wanted = limited(stopping_speed(e) * plan_h, top_speed);
   const double speed = std::clamp(wanted, state.vel[a] - h, state.vel[a] + h);
 
-  const double landing = distance / T;  // the speed that lands in this step
-  const bool lands = std::abs(e) <= 1 + kTolerance && std::abs(landing) <= state.vel_limit[a] &&
-                     std::abs(speed - landing) <= kTolerance * h;
+  const double landing = distance / T;  // the speed that reaches the target in this step
+  const bool lands =
+      std::abs(landing) <= state.vel_limit[a] && std::abs(speed - landing) <= kTolerance * h;
   return lands ? state.target[a] : from + speed * T;
 }
 
