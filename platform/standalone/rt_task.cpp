@@ -113,8 +113,9 @@ int rt_task_wait_period(unsigned long* overruns) {
   Task* const task = t_calling_task;
   if (task == nullptr) return -EPERM;
   if (task->period == 0) return -EWOULDBLOCK;
+  const auto asked_to_stop = [task] { return task->stop.load(std::memory_order_acquire); };
+  if (asked_to_stop()) return -EINTR;
   for (;;) {
-    if (task->stop.load(std::memory_order_acquire)) return -EINTR;
     const RTIME now = rt_timer_read();
     if (now >= task->next_release) {
       const auto release = real_time::take_release(now, task->next_release, task->period);
@@ -122,6 +123,9 @@ int rt_task_wait_period(unsigned long* overruns) {
       if (overruns != nullptr) *overruns = release.overruns;
       return release.overruns > 0 ? -ETIMEDOUT : 0;
     }
+    // Asked in the middle of a wait, a release that is due still ends it as ever: the task then
+    // sees by itself that it is to end.
+    if (asked_to_stop()) return -EINTR;
     sleep_until(std::min(task->next_release, now + kLongestSleep));
   }
 }

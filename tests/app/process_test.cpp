@@ -51,6 +51,7 @@ TEST(Process, RunsStampsItsCyclesAndEndsOnSigint) {
   EXPECT_EQ(vek.Wait(), 0);
   EXPECT_EQ(vek.Stdout(), "VEK exit\n");
   const std::string log = vek.Stderr();
+  EXPECT_EQ(Count(log, "error: -4"), 0) << "its end is no failed wait";
   std::size_t at = 0;
   for (const char* text :
        {"INFO  Orlynd system version is 0x00040500", "INFO  Load robot.ini success",
