@@ -36,9 +36,8 @@ Bytes Vector(int id, std::initializer_list<int> values) {
 Bytes Frame(const Bytes& payload) {
   Bytes body{1, 2, static_cast<char>(payload.size())};
   body += payload;
-  unsigned char ck1 = 0, ck2 = 0;
-  for (const char c : body)
-    ck2 = static_cast<unsigned char>(ck2 + (ck1 = static_cast<unsigned char>(ck1 + c)));
+  int ck1 = 0, ck2 = 0;
+  for (const char c : body) ck2 += ck1 += static_cast<unsigned char>(c);
   return "\x59\x53" + body + Bytes{static_cast<char>(ck1), static_cast<char>(ck2)};
 }
 
@@ -58,47 +57,43 @@ int Feed(CYIS100DK& decoder, const Bytes& bytes) {
   return frames;
 }
 
+// A good frame with the bits of `mask` flipped in byte `at`.
+Bytes Broken(std::size_t at, int mask) {
+  Bytes frame = kGood;
+  frame[at] = static_cast<char>(frame[at] ^ mask);
+  return frame;
+}
+
 TEST(GyroDecoder, FindsEveryGoodFrame) {
-  Bytes broken = kGood;
-  broken[9] ^= 1;
-  Bytes long_len = kGood;
-  long_len[4] = '\xff';
-  Bytes bad_ck1 = kGood, bad_ck2 = kGood;
-  bad_ck1[kGood.size() - 2] ^= '\x80';
-  bad_ck2.back() ^= 1;
-  const Bytes temperature = Record(0x01, "\x10\x20");
+  const std::size_t ck1 = kGood.size() - 2, ck2 = kGood.size() - 1;
+  const Values none(6, 0), acc = {1.5, -9.80665, 1e-6, 0, 0, 0};
+  const Values both_in_turn = {1.5, -9.80665, 1e-6, 1e-6, 2e-6, 3e-6};
+  const Bytes temperature = Record(0x01, "\x10\x20"), angles = Vector(0x40, {1, 2, 3});
+  const Bytes other = temperature + Record(0x77, "") + Record(0x10, "short") + angles;
   const struct {
     const char* name;
     Bytes stream;
     int frames;
     Values values;
   } cases[] = {
-      {"good frames", kGood + kGood + kGood, 3, kBoth},
+      {"good", kGood + kGood + kGood, 3, kBoth},
       {"noise before", "\x01\x59\x02\x53\x59" + Bytes(300, '\x53') + kGood, 1, kBoth},
       {"sync byte twice", "\x59" + kGood + "\x59\x59" + kGood, 2, kBoth},
-      {"bad checksums", bad_ck1 + bad_ck2 + broken, 0, Values(6, 0)},
-      {"bad, then good", bad_ck1 + kGood + bad_ck2 + kGood + broken + kGood, 3, kBoth},
-      {"length too great, then good", long_len + kGood, 1, kBoth},
-      {"half frames, then good", kGood.substr(0, 5) + kGood.substr(0, 20) + kGood, 1, kBoth},
-      {"a head that claims all, in noise", "\x59\x53\x01\x01\xff" + Bytes(270, 0) + kGood, 1,
-       kBoth},
-      {"acceleration alone", Frame(kAcc), 1, {1.5, -9.80665, 1e-6, 0, 0, 0}},
-      {"rate alone, after another",
-       kGood + Frame(Vector(0x20, {1, 2, 3})),
-       2,
-       {1.5, -9.80665, 1e-6, 1e-6, 2e-6, 3e-6}},
-      {"neither", Frame(temperature + Vector(0x40, {1, 2, 3})), 0, Values(6, 0)},
-      {"unknown ids before",
-       Frame(temperature + Record(0x77, "") + Record(0x10, "short") + kAcc + kRate), 1, kBoth},
+      {"bad checksums", Broken(9, 1) + Broken(ck1, 128) + Broken(ck2, 1), 0, none},
+      {"bad, then good", Broken(9, 1) + kGood + Broken(ck1, 1) + kGood, 2, kBoth},
+      {"too long, then good", Broken(4, 255) + kGood, 1, kBoth},
+      {"too short, then good", Broken(4, 24) + kGood, 1, kBoth},
+      {"half, then good", kGood.substr(0, 5) + kGood.substr(0, 20) + kGood, 1, kBoth},
+      {"acceleration alone", Frame(kAcc), 1, acc},
+      {"rate later", Frame(kAcc) + Frame(Vector(0x20, {1, 2, 3})), 2, both_in_turn},
+      {"neither", Frame(other), 0, none},
+      {"others before", Frame(other + kAcc + kRate), 1, kBoth},
       {"sync within", Frame(Record(0x51, "\x59\x53\x59\x59") + kAcc + kRate), 1, kBoth},
       {"longest", Frame(Record(0x66, Bytes(225, '\x10')) + kAcc + kRate), 1, kBoth},
-      {"truncated record", Frame(kAcc.substr(0, 13)), 0, Values(6, 0)},
-      {"truncated after a whole one",
-       Frame(kAcc + kRate.substr(0, 8)),
-       1,
-       {1.5, -9.80665, 1e-6, 0, 0, 0}},
+      {"truncated record", Frame(kAcc.substr(0, 13)), 0, none},
+      {"truncated after a whole one", Frame(kAcc + kRate.substr(0, 13)), 1, acc},
       {"record without length", Frame(kAcc + kRate + "\x10"), 1, kBoth},
-      {"empty payload", Frame("") + kGood, 1, kBoth},
+      {"empty", Frame("") + kGood, 1, kBoth},
   };
   for (const auto& c : cases) {
     CYIS100DK decoder;
@@ -107,15 +102,16 @@ TEST(GyroDecoder, FindsEveryGoodFrame) {
   }
 }
 
-TEST(GyroDecoder, LosesNoGoodFrameInRandomBytes) {
+TEST(GyroDecoder, LosesNoGoodFrameAmongRandomBytesAndPayloads) {
   std::mt19937 random(100);
   const Bytes likely = "\x59\x53\x10\x20\x0c";
   CYIS100DK decoder;
   for (int k = 0; k < 3000; ++k) {
-    Bytes noise(random() % 400, 0);
-    for (char& c : noise)
+    Bytes noise(random() % 256, 0);
+    for (char& c : noise) {
       c = random() % 2 ? likely[random() % likely.size()] : static_cast<char>(random());
-    Feed(decoder, noise);
+    }
+    Feed(decoder, k % 2 ? noise + noise : Frame(noise));
     ASSERT_EQ(Feed(decoder, kGood), 1) << k;
     ASSERT_TRUE(std::equal(kBoth.begin(), kBoth.end(), decoder.values));
   }
