@@ -14,6 +14,13 @@ int Report(const CLI::App& app, std::string message, int status) {
   return status;
 }
 
+// A word that is no command counts as none given; the word itself says more.
+std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> words = app.remaining();
+  const bool no_command = error.get_name() == "RequiredError" && app.get_subcommands().empty();
+  return no_command && !words.empty() ? "no command " + words.front() : error.what();
+}
+
 }  // namespace
 
 void AddRootOptions(CLI::App& app, RootOption& option) {
@@ -28,7 +35,7 @@ int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& bo
     return body();
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);  // --help
-    return Report(app, error.what(), kStatusUsage);
+    return Report(app, Explain(app, error), kStatusUsage);
   } catch (const Failure& failure) {
     return Report(app, failure.what(), failure.status());
   } catch (const std::exception& error) {

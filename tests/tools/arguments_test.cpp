@@ -35,7 +35,7 @@ TEST(Arguments, WrongOnesAreToldInOneLine) {
     const char* text;
   } cases[] = {
       {"vekctl", {}, "subcommand is required"},
-      {"vekctl", {"fly"}, "fly"},
+      {"vekctl", {"fly"}, "no command fly"},
       {"vekctl", {"status", "now"}, "now"},
       {"vekctl", {"--root", "/nowhere/at/all", "status"}, "/nowhere/at/all"},
       {"vekctl", {"--root", "/tmp", "--host", "status"}, "--root and --host"},

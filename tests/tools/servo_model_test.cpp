@@ -13,7 +13,7 @@ constexpr int kTransition = 3;
 class ServoModelTest : public testing::TestWithParam<int> {
  protected:
   ServoModelTest() {
-    axes_pose_[0] = 0.5;
+    axes_pose_[0] = axes_pose_[1] = 0.5;
     EXPECT_TRUE(writer_.OnAttach(vek2dru_.data() + group_.ring, AREA_RING_SIZE));
     model_.OnStart(2, axes_pose_);
   }

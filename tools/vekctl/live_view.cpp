@@ -9,7 +9,7 @@ constexpr std::chrono::seconds kStandsStill{1};
 
 }  // namespace
 
-void PollPause() {
+void ShortPause() {
   std::this_thread::sleep_for(kPoll);
 }
 

@@ -10,7 +10,7 @@
 using Clock = std::chrono::steady_clock;
 
 // Between two looks at the areas.
-void PollPause();
+void ShortPause();
 
 // Tells from a cycle stamp whether the task behind it is at work.
 class StampWatch {

@@ -11,6 +11,7 @@
 namespace {
 
 constexpr std::size_t kMostPoints = 4000;  // of a curve: more cannot be seen
+constexpr std::size_t kMostDots = 60;      // of a curve: more would hide it
 constexpr std::size_t kColumnWidth = 900;  // pixels
 constexpr int kHeight = 1200;
 
@@ -32,7 +33,8 @@ struct Column {
   const GroupRow* group = nullptr;
   std::size_t joints = 0;
   std::string frames_file;
-  std::string waypoints_file;  // empty: none
+  std::string waypoints_file;     // empty: none
+  std::size_t waypoint_step = 1;  // so many apart the dots are drawn
 };
 
 // The cycle: the shortest time between two frames.
@@ -97,15 +99,15 @@ std::string PlotCommand(const Column& column, const Row& row) {
   std::string text = "plot ";
   for (std::size_t j = 0; j < column.joints; ++j) {
     text += Text(j > 0 ? ", " : "", Quoted(column.frames_file), " using 1:", row.column + j,
-                 " with lines lw 1.6 lc rgb '", kColours[j], "' title 'j", j + 1, "'");
+                 " with lines lw 1.8 lc rgb '", kColours[j], "' title 'j", j + 1, "'");
   }
   if (row.column != kRows[0].column || column.waypoints_file.empty()) return text + '\n';
+  const std::size_t step = column.waypoint_step;
   for (std::size_t j = 0; j < std::min(column.joints, WaypointJoints(*column.group)); ++j) {
-    text += Text(", ", Quoted(column.waypoints_file), " using 1:", j + 2,
-                 " with points pt 7 ps 0.35 lc rgb '", kColours[j], "' notitle");
+    text += Text(", ", Quoted(column.waypoints_file), " every ", step, " using 1:", j + 2,
+                 " with points pt 7 ps 0.7 lc rgb '", kColours[j], "' notitle");
   }
-  // The legend shows one dot for all of them.
-  return text + ", NaN with points pt 7 ps 0.6 lc rgb '#000000' title 'waypoints'\n";
+  return text + '\n';
 }
 
 std::string TerminalLine(const std::string& output, std::size_t columns) {
@@ -115,13 +117,26 @@ std::string TerminalLine(const std::string& output, std::size_t columns) {
               '\n');
 }
 
+// The column's name at the left and its legend at the right, above its first panel.
+std::string HeadLines(const Column& column) {
+  std::string dots;
+  if (!column.waypoints_file.empty()) {
+    const std::size_t step = column.waypoint_step;
+    dots = step == 1 ? "dots: waypoints" : Text("dots: one waypoint in ", step);
+  }
+  return Text("set label 1 '", column.group->name, "' at graph 0,1.08 font ',16'\nset label 2 '",
+              dots, "' at graph 0.1,1.08 font ',12'\n",
+              "set key at graph 1,1.03 right bottom horizontal maxrows 1 samplen 1 font ',12'\n");
+}
+
 std::string Script(const std::vector<Column>& columns, const std::string& output) {
+  const double width = 1 / static_cast<double>(columns.size());
   std::string text = "set encoding utf8\n" + TerminalLine(output, columns.size());
   text += Text("set multiplot layout 3,", columns.size(),
                " columnsfirst title 'Frames consumed by the servo task' font ',18' "
                "margins screen ",
-               0.16 / static_cast<double>(columns.size()), ",0.985,0.06,0.88 spacing screen ",
-               0.17 / static_cast<double>(columns.size()), ",0.05\n");
+               0.095 * width, ',', 1 - 0.02 * width, ",0.06,0.89 spacing screen ", 0.115 * width,
+               ",0.05\n");
   text +=
       "set grid lc rgb '#dddddd' lt 1\nset border 3 lc rgb '#666666'\nset tics nomirror\n"
       "set autoscale xfix\nset offsets 0,0,graph 0.05,graph 0.05\n";
@@ -129,10 +144,7 @@ std::string Script(const std::vector<Column>& columns, const std::string& output
     for (const Row& row : kRows) {
       const bool first = &row == &kRows[0];
       const bool last = &row == &kRows[std::size(kRows) - 1];
-      text += first ? Text("set title '", column.group->name,
-                           "' font ',16' offset 0,1.2\n"
-                           "set key outside top center horizontal samplen 1.5 font ',12'\n")
-                    : std::string("unset title\nunset key\n");
+      text += first ? HeadLines(column) : std::string("unset label\nunset key\n");
       text += Text("set ylabel '", row.title, " (", JointUnit(*column.group), row.per, ")'\n");
       text += last ? "set xlabel 'time (s)'\n" : "unset xlabel\n";
       text += PlotCommand(column, row);
@@ -179,11 +191,13 @@ int RunPlot(const PlotOptions& options) {
   std::vector<Column> columns;
   for (const GroupRecording* recording : Chosen(recordings, options)) {
     const GroupRow& group = *recording->group;
-    Column column{
-        .group = &group, .joints = JointsOf(*recording), .frames_file = {}, .waypoints_file = {}};
+    Column column;
+    column.group = &group;
+    column.joints = JointsOf(*recording);
     const std::string key(group.key);
     column.frames_file = folder.Write(key + ".dat", FramesText(*recording));
     if (waypoints[group.index]) {
+      column.waypoint_step = waypoints[group.index]->points.size() / kMostDots + 1;
       column.waypoints_file =
           folder.Write(key + "-waypoints.dat", WaypointsText(*recording, *waypoints[group.index]));
     }

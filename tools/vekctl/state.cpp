@@ -59,6 +59,6 @@ int RunState(const StateOptions& options) {
       Withdraw(udp, sys, group, wanted);
       FailUnanswered(sys, group, wanted);
     }
-    PollPause();
+    ShortPause();
   }
 }

@@ -80,7 +80,7 @@ Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::stri
 // Whether the group comes to rest at the last waypoint.
 bool Arrives(const Areas& areas, const GroupRow& group, const Waypoints& waypoints) {
   const auto joints = WaypointJoints(group);
-  for (const auto start = Clock::now(); Clock::now() - start < kSettle; PollPause()) {
+  for (const auto start = Clock::now(); Clock::now() - start < kSettle; ShortPause()) {
     double distance = 0;
     for (std::size_t j = 0; j < joints; ++j) {
       const double target = waypoints.points.back().joint[j];
@@ -100,7 +100,7 @@ bool Follow(const Areas& areas, const GroupRow& group, int count) {
   StampWatch vek = WatchVek(areas.sys.get());
   bool stopped = false;
   bool interrupted = false;
-  for (;; PollPause()) {
+  for (;; ShortPause()) {
     const int state = TrajState(areas.udp, group);
     progress.Show(shared::load(areas.trajbuf.get(), group.traj.next_point), count);
     if (state == TRAJ_IDLE) return stopped;
@@ -158,7 +158,7 @@ int RunStop(const StopOptions& options) {
     std::printf("%s: no run to stop\n", group.key.data());
     return 0;
   }
-  for (const auto start = Clock::now(); Clock::now() - start < kStopWait; PollPause()) {
+  for (const auto start = Clock::now(); Clock::now() - start < kStopWait; ShortPause()) {
     if (TrajState(udp, group) == TRAJ_IDLE) {
       std::printf("%s: stopped\n", group.key.data());
       return 0;
