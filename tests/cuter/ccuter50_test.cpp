@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kAxes = 8;
+constexpr std::size_t kAxes = 8;
 using Point = std::array<double, kAxes>;
 using Samples = std::array<std::vector<double>, kAxes>;
 constexpr double kMark = -777.0;  // an output that was not written
@@ -20,25 +20,28 @@ constexpr long kLongMin = std::numeric_limits<long>::min();
 
 // Makes one of the cuts on a marked block and appends what it gave for the first `axes` axes;
 // expects nothing written beyond them, and nothing at all when the cut is refused.
-template <int N, class Cut>
-bool Collect(Cut cut, int axes, Samples& samples) {
+template <std::size_t N, class Cut>
+bool Collect(Cut cut, std::size_t axes, Samples& samples) {
   double block[kAxes][N];
-  std::fill_n(&block[0][0], kAxes * N, kMark);
+  for (auto& row : block) std::fill_n(row, N, kMark);
   const bool done = cut(block);
-  const int written = done ? axes : 0;
-  for (int a = 0; a < written; ++a) samples[a].insert(samples[a].end(), block[a], block[a] + N);
-  EXPECT_EQ(std::count(&block[0][0] + written * N, &block[0][0] + kAxes * N, kMark),
-            (kAxes - written) * N);
+  for (std::size_t a = 0; a < kAxes; ++a) {
+    if (done && a < axes) {
+      samples[a].insert(samples[a].end(), block[a], block[a] + N);
+    } else {
+      EXPECT_EQ(std::count(block[a], block[a] + N, kMark), static_cast<std::ptrdiff_t>(N)) << a;
+    }
+  }
   return done;
 }
 
 struct Player {
   CCuter50 cuter;
-  int axes = 0;
+  std::size_t axes = 0;
   Samples samples;
 
   Player() = default;
-  explicit Player(int count) : axes(count) { cuter.OnInit(count); }
+  explicit Player(std::size_t count) : axes(count) { cuter.OnInit(static_cast<long>(count)); }
   bool Start(const std::vector<Point>& p) {
     return Collect<40>(
         [&](auto b) {
@@ -71,41 +74,41 @@ struct Player {
 
 // The interpolating quartic in Lagrange's form: raw sample k of the whole trajectory. An interval
 // belongs to the span whose second interval it is, at both ends to the outermost span.
-long double Raw(const std::vector<Point>& points, int axis, int k) {
-  const int last = static_cast<int>(points.size()) - 1;
-  const long double u = std::clamp(static_cast<long double>(k) / 20, 0.0L, 1.0L * last);
-  const int first = std::clamp(static_cast<int>(u) - 1, 0, last - 4);
+long double Raw(const std::vector<Point>& points, std::size_t axis, std::size_t k) {
+  const std::size_t last = points.size() - 1;
+  const long double u = std::min(static_cast<long double>(k) / 20, static_cast<long double>(last));
+  const std::size_t first = std::clamp<std::size_t>(k / 20, 1, last - 3) - 1;
   long double sum = 0;
-  for (int i = first; i < first + 5; ++i) {
+  for (std::size_t i = first; i < first + 5; ++i) {
     long double term = points[i][axis];
-    for (int j = first; j < first + 5; ++j) {
-      if (j != i) term *= (u - j) / (i - j);
+    for (std::size_t j = first; j < first + 5; ++j) {
+      if (j != i) term *= (u - j) / (static_cast<long double>(i) - j);
     }
     sum += term;
   }
   return sum;
 }
 
-double MeanOfTen(const std::vector<Point>& points, int axis, int k) {
+double MeanOfTen(const std::vector<Point>& points, std::size_t axis, std::size_t k) {
   long double sum = 0;
-  for (int i = k - 9; i <= k; ++i) sum += Raw(points, axis, i);
+  for (std::size_t i = 0; i < 10; ++i) sum += Raw(points, axis, k - std::min(i, k));
   return static_cast<double>(sum / 10);
 }
 
 TEST(CCuter50, SamplesAreTheMeanOfTheInterpolatingQuartic) {
   std::mt19937 random(50);
   std::uniform_real_distribution<double> position(-3.0, 3.0);
-  for (const int axes : {1, 2, 7, 8}) {
-    for (const int count : {5, 6, 7, 40}) {
+  for (const std::size_t axes : {1u, 2u, 7u, 8u}) {
+    for (const std::size_t count : {5u, 6u, 7u, 40u}) {
       std::vector<Point> points(count);
       for (Point& point : points) {
         for (double& x : point) x = position(random);
       }
       Player player(axes);
       player.Play(points);
-      for (int a = 0; a < axes; ++a) {
-        ASSERT_EQ(player.samples[a].size(), 20u * (count - 1) + 11);
-        for (int k = 0; k < 20 * (count - 1) + 11; ++k) {
+      for (std::size_t a = 0; a < axes; ++a) {
+        ASSERT_EQ(player.samples[a].size(), 20 * (count - 1) + 11);
+        for (std::size_t k = 0; k < player.samples[a].size(); ++k) {
           ASSERT_NEAR(player.samples[a][k], MeanOfTen(points, a, k), 1e-12)
               << count << " points, axis " << a << ", sample " << k;
         }
@@ -121,8 +124,9 @@ TEST(CCuter50, TrailsAStraightLineAndSettlesOnItsEnd) {
   player.Play(ramp);
   for (const double x : player.samples[0]) EXPECT_NEAR(x, 1.0, 1e-14);
   EXPECT_EQ(player.samples[1][0], 0.5);
-  for (int k = 9; k <= 120; ++k)
-    EXPECT_NEAR(player.samples[1][k], 0.5 - 0.25 * (k - 4.5) / 20, 1e-13);
+  for (std::size_t k = 9; k <= 120; ++k) {
+    EXPECT_NEAR(player.samples[1][k], 0.5 - 0.25 * (static_cast<double>(k) - 4.5) / 20, 1e-13);
+  }
   EXPECT_NEAR(player.samples[1].back(), -1.0, 1e-14);
 }
 
@@ -151,7 +155,7 @@ TEST(CCuter50, NonFiniteWaypointsSpoilTheirOwnAxisOnlyAndNotTheNextCut) {
   Player player(8);
   player.Play(hostile);
   EXPECT_TRUE(std::isnan(player.samples[0].back()));
-  for (const int a : {1, 2, 4, 5, 6}) {
+  for (const std::size_t a : {1u, 2u, 4u, 5u, 6u}) {
     for (const double x : player.samples[a]) ASSERT_NEAR(x, 1.0, 1e-14);
   }
   player.Play(std::vector<Point>(5, Point{2, 2, 2, 2, 2, 2, 2, 2}));

@@ -98,7 +98,8 @@ TEST(GyroDecoder, FindsEveryGoodFrame) {
   for (const auto& c : cases) {
     CYIS100DK decoder;
     EXPECT_EQ(Feed(decoder, c.stream), c.frames) << c.name;
-    for (int k = 0; k < 6; ++k) EXPECT_DOUBLE_EQ(decoder.values[k], c.values[k]) << c.name << k;
+    for (std::size_t k = 0; k < 6; ++k)
+      EXPECT_DOUBLE_EQ(decoder.values[k], c.values[k]) << c.name << k;
   }
 }
 

@@ -94,7 +94,7 @@ struct FrameChecker {
 
 // Makes the move with one axis, mirrored or not, while the others stand; until it has rested for a
 // second.
-void Drive(const Move& move, int axis, double sign) {
+void Drive(const Move& move, std::size_t axis, double sign) {
   SCOPED_TRACE(Text(move) + " axis " + std::to_string(axis) + (sign < 0 ? " mirrored" : ""));
   Generator generator;
   Axes target = All(7.7), vel_limit = All(1), acc_limit = All(10);
@@ -144,7 +144,7 @@ TEST(ProfileGenerator, ArrivesInTheLeastTimeWithinItsLimits) {
       {0, {{0, 1, 2, 10}, {550, 1, 2, 5}}, 0.6, 1},        // too weak to stop in time
   };
   for (const Move& move : moves) {
-    for (const int axis : {0, kMathsAxes - 1}) {
+    for (const std::size_t axis : {0u, kMathsAxes - 1u}) {
       Drive(move, axis, 1);
       Drive(move, axis, -1);
     }
@@ -156,7 +156,7 @@ TEST(ProfileGenerator, KeepsItsLimitsWhateverIsOrdered) {
   const auto uniform = [&](double from, double to) {
     return std::uniform_real_distribution<double>(from, to)(random);
   };
-  for (int k = 0; k < 300 && !HasFailure(); ++k) {
+  for (std::size_t k = 0; k < 300 && !HasFailure(); ++k) {
     Move move{uniform(-3, 3), {}, -1, 1000};
     const double longest = std::pow(10, uniform(0, 3.3));  // steps between orders
     for (int at = 0; move.orders.size() < 20; at += 1 + static_cast<int>(uniform(0, longest))) {
@@ -229,15 +229,15 @@ TEST(AveragingFilter, AgreesWithAFreshMeanOverAMillionSamples) {
   }
   ZQAVGF state;
   ASSERT_TRUE(ZQAVGF_OnInit(&state, 8, 30, kDt));
-  for (int k = 0; k < static_cast<int>(samples.size()); ++k) {
+  for (std::size_t k = 0; k < samples.size(); ++k) {
     Axes frame{}, vel;
     frame[7] = samples[k];
     ZQAVGF_OnFilt(&state, frame.data(), frame.data(), vel.data());
     long double sum = 0;
-    for (int i = k - 29; i <= k; ++i) sum += samples[std::max(i, 0)];
+    for (std::size_t i = 0; i < 30; ++i) sum += samples[k - std::min(i, k)];
     const double expected = static_cast<double>(sum / 30);
     ASSERT_NEAR(frame[7], expected, 1e-12 + 1e-15 * std::abs(expected)) << k;
-    ASSERT_DOUBLE_EQ(vel[7], (samples[k] - samples[std::max(k - 30, 0)]) / 0.03) << k;
+    ASSERT_DOUBLE_EQ(vel[7], (samples[k] - samples[k - std::min<std::size_t>(30, k)]) / 0.03) << k;
     ASSERT_TRUE(k % 1000 <= 930 || (frame[7] == samples[k] && vel[7] == 0)) << k;
     ASSERT_TRUE(frame[0] == 0 && vel[0] == 0);
   }
