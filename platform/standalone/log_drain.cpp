@@ -123,10 +123,10 @@ void stop_drain() {
   g_log.running.store(false, std::memory_order_release);
   g_log.stop.store(true, std::memory_order_release);
   pthread_join(g_log.thread, nullptr);
-  write_queued();
-  for (unsigned k = 0; k < kHalfPostedRetries && !g_log.queue.IsEmpty(); ++k) {
-    sleep_ns(1'000'000);
+  for (unsigned k = 0; k < kHalfPostedRetries; ++k) {
     write_queued();
+    if (g_log.queue.IsEmpty()) break;
+    sleep_ns(1'000'000);
   }
   g_log.writer.Close();
 }
