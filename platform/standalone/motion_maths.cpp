@@ -1,14 +1,14 @@
 // Motion maths: the profile generator and the averaging filter.
 //
-// The generator's law, per axis. A step of length T changes the speed by at most h = A·T, so speeds
-// are counted in h and distances in q = h·T = A·T². An axis that makes its next step at speed u and
-// then brakes by 1 each step still covers u + (u-1) + … (n+1 terms above 0) =
-// (n+1)·(u - n/2) before it rests. Solved for u, the largest next speed from which it can stop
-// exactly at distance e is e/(n+1) + n/2 with n = floor((sqrt(1 + 8e) - 1)/2), the largest n that
-// has room: n·(n+1)/2 <= e. Taken anew each step this speed falls by 1 a step, and within the last
-// q it is e itself: the axis lands and needs no more than 1 to stand. Positions are rounded, speeds
-// are differences of positions, so the law plans with a little less than A: the rest of A takes up
-// the rounding, which otherwise would carry a long braking past the target.
+// The generator's law, per axis. A step of length T changes the speed by at most h = A*T, so speeds
+// are counted in h and distances in q = h*T. An axis that makes its next step at speed u and then
+// brakes by 1 a step covers u + (u-1) + ... = (n+1)*(u - n/2) before it rests, n + 1 being the
+// number of terms above 0. Solved for u, the largest next speed from which it can stop exactly at
+// distance e is e/(n+1) + n/2 with n = floor((sqrt(1 + 8e) - 1)/2), the largest n that has room:
+// n*(n+1)/2 <= e. Taken anew each step, this speed falls by 1 a step and within the last q is e
+// itself: the axis lands, and needs no more than 1 to stand. Positions are rounded and speeds are
+// their differences, so the law plans with a little less than A: the rest takes up the rounding,
+// which otherwise would carry a long braking past the target.
 #include "platform/motion_maths.h"
 
 #include <algorithm>
