@@ -102,16 +102,17 @@ TEST(Log, EndsWhereAFormatOrTheRoomForArgumentsDoes) {
   g_log_clt.INFO_LOG(unknown[0].c_str(), 1);
   g_log_clt.INFO_LOG(unknown[1].c_str(), 2);
   std::string many;
-  for (int k = 0; k < 400; ++k) many += "%d";
+  for (int k = 0; k < 300; ++k) many += "%d";
+  many += "%s";
+  const std::string text(500, 'x');
   [&]<int... k>(std::integer_sequence<int, k...>) {
-    g_log_clt.INFO_LOG(many.c_str(), k % 10 ...);
+    g_log_clt.INFO_LOG(many.c_str(), k % 10 ..., text.c_str());
   }
-  (std::make_integer_sequence<int, 400>());
+  (std::make_integer_sequence<int, 300>());
   const std::vector<std::string> lines = LogLines();
   EXPECT_EQ(lines.at(0), "INFO  1 then %1$s");
   EXPECT_EQ(lines.at(1), "INFO  2 ends in %");
-  EXPECT_EQ(lines.at(2).find_first_not_of("0123456789", 6), lines.at(2).size() - 3);
-  EXPECT_EQ(lines.at(2).substr(lines.at(2).size() - 3), "...");
+  EXPECT_EQ(fnmatch("INFO  *[0-9]xx*xx...", lines.at(2).c_str(), 0), 0) << lines.at(2);
 }
 
 TEST(Log, ShowsTheArgumentsOfEveryUserMessage) {
