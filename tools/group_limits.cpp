@@ -6,12 +6,6 @@
 
 namespace {
 
-double JointWord(const void* cfg, const GroupRow& group, shared::Field<double> field,
-                 std::size_t joint) {
-  field.offset += joint * group.cfg.joint_stride;
-  return shared::load(cfg, field);
-}
-
 // Reads one number into its place of the image; false when the key is absent.
 bool ReadNumber(IniParser& ini, const std::string& section, const std::string& key, ConfigType type,
                 unsigned char* at) {
@@ -33,12 +27,12 @@ bool ReadNumber(IniParser& ini, const std::string& section, const std::string& k
 
 GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group) {
   GroupLimits limits{};
-  limits.dof = static_cast<std::size_t>(ClampAxes(shared::load(cfg, group.cfg.dof)));
+  limits.dof = ClampAxes(shared::load(cfg, group.cfg.dof));
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
-    limits.pos_min[j] = JointWord(cfg, group, group.cfg.limit_neg, j);
-    limits.pos_max[j] = JointWord(cfg, group, group.cfg.limit_pos, j);
-    limits.vel_max[j] = JointWord(cfg, group, group.cfg.vel_max, j);
-    limits.acc_max[j] = JointWord(cfg, group, group.cfg.acc_max, j);
+    limits.pos_min[j] = LoadJoint(cfg, group, group.cfg.limit_neg, j);
+    limits.pos_max[j] = LoadJoint(cfg, group, group.cfg.limit_pos, j);
+    limits.vel_max[j] = LoadJoint(cfg, group, group.cfg.vel_max, j);
+    limits.acc_max[j] = LoadJoint(cfg, group, group.cfg.acc_max, j);
   }
   return limits;
 }
@@ -57,14 +51,14 @@ std::vector<unsigned char> ReadConfigImage(const std::string& file) {
   if (!ini.OnLoad(file.c_str())) Fail(file, ": cannot be loaded");
   std::vector<unsigned char> image(AREA_CFGCONFIG_SIZE);
   ForEachConfigSection([&](const std::string& name, const ConfigSection& section) {
-    ForEachConfigKey(*section.family,
-                     [&](const std::string& key, ConfigType type, std::size_t offset) {
-                       if (type == ConfigType::String) return true;
-                       unsigned char* const at = image.data() + section.offset + offset;
-                       if (!ReadNumber(ini, name, key, type, at))
-                         Fail(file, ": [", name, "] lacks ", key);
-                       return true;
-                     });
+    const auto read = [&](const std::string& key, ConfigType type, std::size_t offset) {
+      unsigned char* const at = image.data() + section.offset + offset;
+      if (type != ConfigType::String && !ReadNumber(ini, name, key, type, at)) {
+        Fail(file, ": [", name, "] lacks ", key);
+      }
+      return true;
+    };
+    ForEachConfigKey(*section.family, read);
   });
   return image;
 }

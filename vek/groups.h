@@ -1,6 +1,7 @@
 // The five motion groups: everything in which they differ, one row each, in group order.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -65,6 +66,12 @@ struct GroupRow {
   bool plays_trajectories() const { return udp.traj_state.offset != 0; }
 };
 
+// A joint word of CfgConfig (group.cfg.vel_max and its siblings) for joint j in 0..7.
+inline double LoadJoint(const void* cfg, const GroupRow& group, shared::Field<double> word,
+                        std::size_t j) {
+  return shared::load<double>(cfg, {word.offset + j * group.cfg.joint_stride});
+}
+
 inline constexpr int kGroupCount = AREA_GROUPS;
 extern const std::array<GroupRow, kGroupCount> kGroups;
 
@@ -77,6 +84,6 @@ const char* GroupStateName(const GroupRow& group, int state);
 int GroupStateCode(std::string_view name);
 
 // An axis count out of a shared area, as it may be used: 0..8.
-constexpr int ClampAxes(std::int32_t count) {
-  return count < 0 ? 0 : (count > AREA_AXES ? AREA_AXES : count);
+constexpr std::size_t ClampAxes(std::int32_t count) {
+  return static_cast<std::size_t>(std::clamp<std::int32_t>(count, 0, AREA_AXES));
 }

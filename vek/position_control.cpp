@@ -31,12 +31,6 @@ bool WriteFrame(KACB& ring, const Frame& frame) {
   return ring.OnWrite(&packed, sizeof packed);
 }
 
-// A limit of joint j out of the configuration.
-double JointLimit(const CfgConfig* cfg, const GroupRow& group, shared::Field<double> limit, int j) {
-  limit.offset += static_cast<std::size_t>(j) * group.cfg.joint_stride;
-  return shared::load(cfg, limit);
-}
-
 }  // namespace
 
 struct Vek::PosCtrlState {
@@ -50,7 +44,7 @@ struct Vek::PosCtrlState {
   Axes acc_lmt{};
 };
 
-int Vek::Dof(const GroupRow& group) const {
+std::size_t Vek::Dof(const GroupRow& group) const {
   return ClampAxes(shared::load(cfg_, group.cfg.dof));
 }
 
@@ -70,12 +64,11 @@ bool Vek::InitPositionCtrl() {
       g_log_clt.ERROR_LOG("Failed to init pos_filt_[%zu]", group.index);
       return false;
     }
-    for (int j = 0; j < ClampAxes(dof); ++j) {
-      const auto a = static_cast<std::size_t>(j);
-      const double acc_max = JointLimit(cfg_, group, group.cfg.acc_max, j);
-      vel[a] = JointLimit(cfg_, group, group.cfg.vel_max, j) * 0.1;
-      acc[a] = acc_max * 0.1;
-      third[a] = acc_max * 10;
+    for (std::size_t j = 0; j < ClampAxes(dof); ++j) {
+      const double acc_max = LoadJoint(cfg_, group, group.cfg.acc_max, j);
+      vel[j] = LoadJoint(cfg_, group, group.cfg.vel_max, j) * 0.1;
+      acc[j] = acc_max * 0.1;
+      third[j] = acc_max * 10;
     }
     if (!ZQNSyncDTS_OnInit(&pos_dt_[g], dof, dt_ms, vel.data(), acc.data(), third.data())) {
       g_log_clt.ERROR_LOG("Failed to init pos_dt_[%zu]", group.index);
@@ -136,7 +129,7 @@ bool Vek::BuildStartFrame(const GroupRow& group, PosCtrlState& state) {
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
     actual[j] = shared::load(sys_, group.sys.joint_pos, j);
   }
-  const auto last = actual.begin() + Dof(group);
+  const auto last = actual.begin() + static_cast<std::ptrdiff_t>(Dof(group));
   const auto bad =
       std::find_if_not(actual.begin(), last, [](double q) { return std::isfinite(q); });
   if (bad != last) {
@@ -150,10 +143,10 @@ bool Vek::BuildStartFrame(const GroupRow& group, PosCtrlState& state) {
 
   const double vel_percent = shared::load(udp_, group.udp.vel_percent);
   const double acc_percent = shared::load(udp_, group.udp.acc_percent);
-  for (int j = 0; j < ClampAxes(shared::load(mac_, group.axes)); ++j) {
-    const auto a = static_cast<std::size_t>(j);
-    state.vel_lmt[a] = JointLimit(cfg_, group, group.cfg.vel_max, j) * vel_percent / 100;
-    state.acc_lmt[a] = JointLimit(cfg_, group, group.cfg.acc_max, j) * acc_percent / 100;
+  const std::size_t axes = ClampAxes(shared::load(mac_, group.axes));
+  for (std::size_t j = 0; j < axes; ++j) {
+    state.vel_lmt[j] = LoadJoint(cfg_, group, group.cfg.vel_max, j) * vel_percent / 100;
+    state.acc_lmt[j] = LoadJoint(cfg_, group, group.cfg.acc_max, j) * acc_percent / 100;
   }
   ZQNSyncDTS_OnEmpty(&pos_dt_[g]);
   ZQNSyncDTS_OnSetRunTimeLmt(&pos_dt_[g], state.vel_lmt.data(), state.acc_lmt.data());

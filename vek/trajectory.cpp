@@ -7,16 +7,17 @@
 
 namespace {
 
-constexpr int kStartSamples = 40;
-constexpr int kMidSamples = 20;
-constexpr int kEndSamples = 51;
+constexpr std::size_t kStartSamples = 40;
+constexpr std::size_t kMidSamples = 20;
+constexpr std::size_t kEndSamples = 51;
 constexpr int kStartPoints = 5;
 
 // Plays the next column of a block, if one is left.
-template <int N>
-void EmitColumn(const double (&block)[AREA_AXES][N], int& column, int dof, double* target) {
+template <std::size_t N>
+void EmitColumn(const double (&block)[AREA_AXES][N], std::size_t& column, std::size_t dof,
+                double* target) {
   if (column >= N) return;
-  for (int j = 0; j < dof; ++j) target[j] = block[j][column];
+  for (std::size_t j = 0; j < dof; ++j) target[j] = block[j][column];
   ++column;
 }
 
@@ -37,9 +38,9 @@ struct Vek::TrajState {
   double ret_pos_bgn[AREA_AXES][kStartSamples];
   double ret_pos_mid[AREA_AXES][kMidSamples];
   double ret_pos_end[AREA_AXES][kEndSamples];
-  int start_cnt = 0;
-  int mid_cnt = 0;
-  int end_cnt = 0;
+  std::size_t start_cnt = 0;
+  std::size_t mid_cnt = 0;
+  std::size_t end_cnt = 0;
   int written = TRAJ_IDLE;  // what this controller last wrote into the state byte
 };
 
@@ -68,7 +69,7 @@ int Vek::StepTraj(const GroupRow& group, int traj_state, TrajState& state, doubl
       traj_state == TRAJ_PLAY_START || traj_state == TRAJ_PLAY_MID || traj_state == TRAJ_PLAY_END;
   // Nothing can be played on somebody else's word.
   if (playing && traj_state != state.written) return TRAJ_IDLE;
-  const int dof = Dof(group);
+  const std::size_t dof = Dof(group);
   switch (traj_state) {
     case TRAJ_START:
       return StartTraj(group, state, target);

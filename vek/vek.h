@@ -91,7 +91,7 @@ class Vek {
 
   bool IsBrakeUnlock(const GroupRow& group) const;
   void ProcessStateRequest(const GroupRow& group);
-  int Dof(const GroupRow& group) const;
+  std::size_t Dof(const GroupRow& group) const;
 
   void ProcessPosCtrl(const GroupRow& group);
   void EnterPosition(const GroupRow& group, PosCtrlState& state);

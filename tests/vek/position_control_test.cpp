@@ -130,8 +130,7 @@ TEST_P(ArmControl, FollowsARunWithinItsLimitsAndRestsOnTheLastWaypoint) {
   const std::vector<PvtFrame> frames = Play(rig, Group(), 4000);
   for (int j = 0; j < 7; ++j) {
     const auto limit = [&](shared::Field<double> field) {
-      field.offset += static_cast<std::size_t>(j) * Group().cfg.joint_stride;
-      return shared::load(rig.cfg, field) * 0.1;
+      return LoadJoint(rig.cfg, Group(), field, static_cast<std::size_t>(j)) * 0.1;
     };
     double fastest = 0;
     double hardest = 0;

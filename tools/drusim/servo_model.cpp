@@ -97,9 +97,9 @@ bool ServoModel::TakeFrame() {
 }
 
 void ServoModel::Follow(double period_s) {
-  const int axes = ClampAxes(shared::load(areas_.mac, group_.axes));
+  const std::size_t axes = ClampAxes(shared::load(areas_.mac, group_.axes));
   bool still = true;
-  for (std::size_t j = 0; j < static_cast<std::size_t>(axes); ++j) {
+  for (std::size_t j = 0; j < axes; ++j) {
     still = still && std::fabs(frame_.pos[j] - joint_pos_[j]) < kStandstillSpeed * period_s;
     joint_pos_[j] = frame_.pos[j];
     shared::store(areas_.sys, group_.sys.joint_pos, joint_pos_[j], j);

@@ -149,7 +149,7 @@ StreamSetup ReadSetup(const std::vector<unsigned char>& config, const AreaView& 
   const int bus_freq = shared::load(config.data(), SHARED_FIELD(CfgConfig, BusFreq));
   if (bus_freq < 1) Fail("robot.ini: BusFreq is ", bus_freq);
   return {.limits = ReadGroupLimits(config.data(), group),
-          .axes = static_cast<std::size_t>(ClampAxes(shared::load(mac.get(), group.axes))),
+          .axes = ClampAxes(shared::load(mac.get(), group.axes)),
           .period_ms = 1000.0 / bus_freq,
           .vel_percent = shared::load(udp.get(), group.udp.vel_percent),
           .acc_percent = shared::load(udp.get(), group.udp.acc_percent)};
