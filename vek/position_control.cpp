@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/debug_log.h"
+#include "vek/frame.h"
 #include "vek/position_messages.h"
 #include "vek/vek.h"
 
@@ -12,22 +13,8 @@ constexpr int kFilterSamples = 30;
 constexpr double kFilterPeriod_s = 0.001;
 constexpr int kFramesPerCycle = 3;
 
-using Axes = std::array<double, AREA_AXES>;
-
-// A position frame as it is computed; its packed form exists only in the ring.
-struct Frame {
-  std::uint32_t stream_flag = 0;
-  Axes pos{};
-  Axes vel{};
-  Axes dt_out{};
-};
-
 bool WriteFrame(KACB& ring, const Frame& frame) {
-  PvtFrame packed;
-  shared::store(&packed, SHARED_FIELD(PvtFrame, stream_flag), frame.stream_flag);
-  shared::write_bytes(packed.pos, frame.pos.data(), sizeof packed.pos);
-  shared::write_bytes(packed.vel, frame.vel.data(), sizeof packed.vel);
-  shared::write_bytes(packed.dt_out, frame.dt_out.data(), sizeof packed.dt_out);
+  const PvtFrame packed = PackFrame(frame);
   return ring.OnWrite(&packed, sizeof packed);
 }
 
