@@ -140,8 +140,8 @@ TEST(Init, AGroupWithoutAxesRunsAllTheSame) {
   std::size_t frames = 0;
   for (int k = 0; k < 40; ++k) {
     rig.Cycle();
-    for (const PvtFrame& frame : rig.TakeFrames(kGroups[0])) {
-      EXPECT_EQ(FramePos(frame, 0), 0);
+    for (const Frame& frame : rig.TakeFrames(kGroups[0])) {
+      EXPECT_EQ(frame.pos[0], 0);
       ++frames;
     }
   }

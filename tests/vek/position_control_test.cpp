@@ -11,23 +11,20 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr int kRingFrames = AREA_RING_CAPACITY / AREA_FRAME_SIZE;
 
-std::uint32_t Flag(const PvtFrame& frame) {
-  return shared::load(&frame, SHARED_FIELD(PvtFrame, stream_flag));
-}
-
-bool AllFinite(const PvtFrame& frame) {
-  for (std::size_t k = 0; k < 24; ++k) {
-    if (!std::isfinite(shared::load(&frame, SHARED_FIELD(PvtFrame, pos), k))) return false;
+bool AllFinite(const Frame& frame) {
+  double sum = 0;
+  for (const Axes& axes : {frame.pos, frame.vel, frame.dt_out}) {
+    for (const double value : axes) sum += value - value;
   }
-  return true;
+  return sum == 0;
 }
 
 // Runs cycles with a servo task that takes whatever is there; all frames.
-std::vector<PvtFrame> Play(VekRig& rig, const GroupRow& group, int cycles) {
-  std::vector<PvtFrame> frames;
+std::vector<Frame> Play(VekRig& rig, const GroupRow& group, int cycles) {
+  std::vector<Frame> frames;
   for (int k = 0; k < cycles; ++k) {
     rig.Cycle();
-    for (const PvtFrame& frame : rig.TakeFrames(group)) frames.push_back(frame);
+    for (const Frame& frame : rig.TakeFrames(group)) frames.push_back(frame);
   }
   return frames;
 }
@@ -51,14 +48,14 @@ TEST_P(ArmControl, EntersAtTheActualPositionAndHoldsIt) {
   EXPECT_TRUE(rig.TakeFrames(Group()).empty()) << "streams outside POSITION";
 
   rig.SetState(Group(), GROUP_STATE_POSITION);
-  const std::vector<PvtFrame> frames = Play(rig, Group(), 5);
+  const std::vector<Frame> frames = Play(rig, Group(), 5);
   ASSERT_EQ(frames.size(), 1 + 4 * 3U) << "one start frame, then three a cycle";
   for (std::size_t k = 0; k < frames.size(); ++k) {
-    EXPECT_EQ(Flag(frames[k]), k == 0 ? 0U : 1U);
-    for (int j = 0; j < 7; ++j) {
-      EXPECT_EQ(FramePos(frames[k], j), actual[static_cast<std::size_t>(j)]);
+    EXPECT_EQ(frames[k].stream_flag, k == 0 ? 0U : 1U);
+    for (std::size_t j = 0; j < 7; ++j) {
+      EXPECT_EQ(frames[k].pos[j], actual[j]);
     }
-    EXPECT_EQ(FramePos(frames[k], 7), 0) << "an axis beyond Dof";
+    EXPECT_EQ(frames[k].pos[7], 0) << "an axis beyond Dof";
   }
   const std::vector<std::string> expected{
       "INFO  " + Name() +
@@ -85,10 +82,10 @@ TEST_P(ArmControl, RetriesTheStartFrameUntilTheRingTakesIt) {
 
   EXPECT_EQ(rig.TakeFrames(Group()).size(), static_cast<std::size_t>(kRingFrames));
   rig.Cycle();
-  const std::vector<PvtFrame> frames = rig.TakeFrames(Group());
+  const std::vector<Frame> frames = rig.TakeFrames(Group());
   ASSERT_EQ(frames.size(), 1U);
-  EXPECT_EQ(Flag(frames[0]), 0U);
-  EXPECT_EQ(FramePos(frames[0], 0), 1.0);
+  EXPECT_EQ(frames[0].stream_flag, 0U);
+  EXPECT_EQ(frames[0].pos[0], 1.0);
   EXPECT_EQ(LogLines("go to sub state 1").size(), 2U);
 }
 
@@ -107,8 +104,8 @@ TEST_P(ArmControl, APausedConsumerLosesNothing) {
       rig.Cycle();
       // The second run's consumer pauses and resumes, and takes what has gathered.
       if (run == 1 && k % 50 < 40) continue;
-      for (const PvtFrame& frame : rig.TakeFrames(Group())) {
-        runs[run].push_back(FramePos(frame, 6));
+      for (const Frame& frame : rig.TakeFrames(Group())) {
+        runs[run].push_back(frame.pos[6]);
       }
     }
     EXPECT_EQ(rig.TrajState(Group()), TRAJ_IDLE);
@@ -127,16 +124,16 @@ TEST_P(ArmControl, FollowsARunWithinItsLimitsAndRestsOnTheLastWaypoint) {
   Play(rig, Group(), 1);
   rig.LoadWaypoints(Group(), 33, 0.1);
   rig.SetTrajState(Group(), TRAJ_START);
-  const std::vector<PvtFrame> frames = Play(rig, Group(), 4000);
-  for (int j = 0; j < 7; ++j) {
+  const std::vector<Frame> frames = Play(rig, Group(), 4000);
+  for (std::size_t j = 0; j < 7; ++j) {
     const auto limit = [&](shared::Field<double> field) {
-      return LoadJoint(rig.cfg, Group(), field, static_cast<std::size_t>(j)) * 0.1;
+      return LoadJoint(rig.cfg, Group(), field, j) * 0.1;
     };
     double fastest = 0;
     double hardest = 0;
     for (std::size_t k = 2; k < frames.size(); ++k) {
-      const double v1 = (FramePos(frames[k - 1], j) - FramePos(frames[k - 2], j)) * 1000;
-      const double v2 = (FramePos(frames[k], j) - FramePos(frames[k - 1], j)) * 1000;
+      const double v1 = (frames[k - 1].pos[j] - frames[k - 2].pos[j]) * 1000;
+      const double v2 = (frames[k].pos[j] - frames[k - 1].pos[j]) * 1000;
       fastest = std::max(fastest, std::abs(v2));
       hardest = std::max(hardest, std::abs(v2 - v1) * 1000);
     }
@@ -145,8 +142,8 @@ TEST_P(ArmControl, FollowsARunWithinItsLimitsAndRestsOnTheLastWaypoint) {
     if (j == 6) {
       EXPECT_GT(fastest, 0.9 * limit(Group().cfg.vel_max)) << "does not use its speed";
     }
-    EXPECT_NEAR(FramePos(frames.back(), j), rig.Waypoint(Group(), 32, j), 1e-12);
-    EXPECT_EQ(FramePos(frames.back(), j), FramePos(frames[frames.size() - 100], j)) << "stillness";
+    EXPECT_NEAR(frames.back().pos[j], rig.Waypoint(Group(), 32, j), 1e-12);
+    EXPECT_EQ(frames.back().pos[j], frames[frames.size() - 100].pos[j]) << "stillness";
   }
 }
 
@@ -167,8 +164,8 @@ TEST_P(ArmControl, LeavingPositionKeepsTheRun) {
   }
   EXPECT_EQ(shared::load(rig.trajbuf, Group().traj.next_point), next);
   rig.SetState(Group(), GROUP_STATE_POSITION);
-  const std::vector<PvtFrame> frames = Play(rig, Group(), 500);
-  EXPECT_EQ(Flag(frames[0]), 0U);
+  const std::vector<Frame> frames = Play(rig, Group(), 500);
+  EXPECT_EQ(frames[0].stream_flag, 0U);
   EXPECT_EQ(rig.TrajState(Group()), TRAJ_IDLE);
   EXPECT_EQ(LogLines(Name() + ": Run traj plan finish at {").size(), 1U);
 }
@@ -184,8 +181,8 @@ TEST_P(ArmControl, ReadsItsLimitsAtEveryEntry) {
     rig.SetJointPos(Group(), std::vector<double>(8, 0.0));
     rig.SetState(Group(), GROUP_STATE_POSITION);
     rig.SetTrajState(Group(), TRAJ_START);
-    const std::vector<PvtFrame> frames = Play(rig, Group(), 20);
-    EXPECT_EQ(FramePos(frames.back(), 6) != 0, percent == 100.0F) << percent << " %";
+    const std::vector<Frame> frames = Play(rig, Group(), 20);
+    EXPECT_EQ(frames.back().pos[6] != 0, percent == 100.0F) << percent << " %";
     rig.SetTrajState(Group(), TRAJ_STOP);
     Play(rig, Group(), 2);
   }
@@ -204,9 +201,9 @@ TEST_P(ArmControl, AnUnusableActualPositionIsReportedOnceAnEntry) {
   EXPECT_EQ(LogLines("ERROR " + Name() + ": Failed to set start position").size(), 2U);
   rig.SetJointPos(Group(), {0, 0, 0, 0, 0, 0, 0.5, kNaN});
   rig.SetState(Group(), GROUP_STATE_POSITION);
-  const std::vector<PvtFrame> frames = Play(rig, Group(), 3);
+  const std::vector<Frame> frames = Play(rig, Group(), 3);
   ASSERT_FALSE(frames.empty());
-  EXPECT_EQ(FramePos(frames.back(), 6), 0.5);
+  EXPECT_EQ(frames.back().pos[6], 0.5);
   EXPECT_TRUE(AllFinite(frames.back()));
 }
 
@@ -217,7 +214,7 @@ TEST_P(ArmControl, GarbageInTheAreasNeverReachesAFrame) {
   rig.LoadWaypoints(Group(), 40);
   constexpr std::int32_t kWild[] = {std::numeric_limits<std::int32_t>::min(), -1, 5000, 5001,
                                     std::numeric_limits<std::int32_t>::max()};
-  std::vector<PvtFrame> frames;
+  std::vector<Frame> frames;
   for (const std::int32_t wild : kWild) {
     shared::store(rig.mac, Group().axes, wild);
     shared::store(rig.cfg, Group().cfg.dof, wild);
@@ -227,7 +224,7 @@ TEST_P(ArmControl, GarbageInTheAreasNeverReachesAFrame) {
     rig.SetTrajState(Group(), TRAJ_START);
     for (int k = 0; k < 60; ++k) {
       if (k == 30) shared::store(rig.trajbuf, Group().traj.next_point, wild);
-      for (const PvtFrame& frame : Play(rig, Group(), 1)) frames.push_back(frame);
+      for (const Frame& frame : Play(rig, Group(), 1)) frames.push_back(frame);
     }
     // A new entry with the wild axis counts.
     rig.SetState(Group(), GROUP_STATE_IDLE);
@@ -235,7 +232,7 @@ TEST_P(ArmControl, GarbageInTheAreasNeverReachesAFrame) {
     rig.SetState(Group(), GROUP_STATE_POSITION);
   }
   ASSERT_GT(frames.size(), 500U);
-  for (const PvtFrame& frame : frames) ASSERT_TRUE(AllFinite(frame));
+  for (const Frame& frame : frames) ASSERT_TRUE(AllFinite(frame));
 }
 
 TEST(PositionControl, DoesNothingWithoutConfiguration) {

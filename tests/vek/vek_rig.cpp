@@ -63,9 +63,8 @@ void VekRig::LoadWaypoints(const GroupRow& group, int count, double amplitude) {
   shared::store(trajbuf, group.traj.point_count, count);
 }
 
-float VekRig::Waypoint(const GroupRow& group, int k, int axis) const {
-  return shared::load(trajbuf, group.traj.points,
-                      static_cast<std::size_t>(k * AREA_WAYPOINT_FLOATS + axis));
+float VekRig::Waypoint(const GroupRow& group, std::size_t k, std::size_t axis) const {
+  return shared::load(trajbuf, group.traj.points, k * AREA_WAYPOINT_FLOATS + axis);
 }
 
 void VekRig::Cycle() {
@@ -78,15 +77,11 @@ void VekRig::Cycle() {
   vek.OnProcessPosCtrlLift();
 }
 
-std::vector<PvtFrame> VekRig::TakeFrames(const GroupRow& group) {
+std::vector<Frame> VekRig::TakeFrames(const GroupRow& group) {
   KACBReader reader;
   reader.OnAttach(static_cast<unsigned char*>(vek2dru) + group.ring, AREA_RING_SIZE);
-  std::vector<PvtFrame> frames;
-  PvtFrame frame;
-  while (reader.OnRead(&frame, sizeof frame)) frames.push_back(frame);
+  std::vector<Frame> frames;
+  PvtFrame packed;
+  while (reader.OnRead(&packed, sizeof packed)) frames.push_back(UnpackFrame(packed));
   return frames;
-}
-
-double FramePos(const PvtFrame& frame, int axis) {
-  return shared::load(&frame, SHARED_FIELD(PvtFrame, pos), static_cast<std::size_t>(axis));
 }

@@ -7,6 +7,7 @@
 
 #include "platform/shared_memory.h"
 #include "tests/support/temp_root.h"
+#include "vek/frame.h"
 #include "vek/vek.h"
 
 class VekRig {
@@ -22,12 +23,12 @@ class VekRig {
   int TrajState(const GroupRow& group) const;
   // Waypoints a front end loads: waypoint k of axis j is amplitude * (j + 1) * (1 - cos(w k)) / 2.
   void LoadWaypoints(const GroupRow& group, int count, double amplitude = 0.01);
-  float Waypoint(const GroupRow& group, int k, int axis) const;
+  float Waypoint(const GroupRow& group, std::size_t k, std::size_t axis) const;
 
   // One cycle of the real-time task.
   void Cycle();
   // All frames that wait in the group's ring.
-  std::vector<PvtFrame> TakeFrames(const GroupRow& group);
+  std::vector<Frame> TakeFrames(const GroupRow& group);
 
   TempRoot root;
   KShm sys_map, cfg_map, mac_map, udp_map, vek2dru_map;
@@ -40,6 +41,3 @@ class VekRig {
   void* trajbuf;
   Vek vek;
 };
-
-// Component of a frame, by value: frames are packed.
-double FramePos(const PvtFrame& frame, int axis);
