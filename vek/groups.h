@@ -21,7 +21,12 @@ struct GroupSysFields {
 struct GroupUdpFields {
   shared::Field<std::uint16_t> state_echo, state_cmd;
   shared::Field<std::uint32_t> state_request_echo;
+  // The set channel: the enable byte stays set, the new-data byte is cleared once taken over.
+  shared::Field<float> joint_cmd;
+  std::size_t joint_cmd_axes;  // a fixed number, whatever Dof
+  shared::Field<std::uint8_t> joint_cmd_enable, joint_cmd_new;
   shared::Field<float> vel_percent, acc_percent;
+  shared::Field<std::uint8_t> vel_enable, vel_new, acc_enable, acc_new;
   shared::Field<std::int8_t> traj_state;  // offset 0: the group plays no trajectories
 };
 
@@ -58,6 +63,8 @@ struct GroupRow {
   GroupTrajFields traj;
   std::size_t ring;  // offset in Vek2Dru
   RequestCheck request_check;
+  bool is_arm;             // axis 7 is coupled to axis 6, and a joint command ends a run
+  bool has_shaper;         // frames may be shaped against a configured vibration
   bool short_state_names;  // only IDLE, POSITION, ERROR and the transitions between them have names
   // Leading axes that the messages list: the body's differ, deliberately.
   int start_listed_axes;  // "Set start position"

@@ -78,10 +78,15 @@ void Vek::OnProcessPosCtrlArm0() {
 void Vek::OnProcessPosCtrlArm1() {
   ProcessPosCtrl(kGroups[1]);
 }
-// Only the arms stream so far.
-void Vek::OnProcessPosCtrlHead() {}
-void Vek::OnProcessPosCtrlBody() {}
-void Vek::OnProcessPosCtrlLift() {}
+void Vek::OnProcessPosCtrlHead() {
+  ProcessPosCtrl(kGroups[2]);
+}
+void Vek::OnProcessPosCtrlBody() {
+  ProcessPosCtrl(kGroups[3]);
+}
+void Vek::OnProcessPosCtrlLift() {
+  ProcessPosCtrl(kGroups[4]);
+}
 
 void Vek::ProcessPosCtrl(const GroupRow& group) {
   static std::array<PosCtrlState, kGroupCount> states;
@@ -106,6 +111,7 @@ void Vek::EnterPosition(const GroupRow& group, PosCtrlState& state) {
   state.last_pvt_write_success = WriteFrame(rings_[group.index], state.pvt_frame);
   if (!state.last_pvt_write_success) return;
   state.pvt_frame.stream_flag = 1;
+  if (group.has_shaper) shaper_.OnArm(cfg_, ei_acb_);
   state.sub_state = 1;
   g_log_clt.INFO_LOG("%s: OnProcessPosCtrl: go to sub state 1", group.name);
 }
@@ -166,6 +172,7 @@ void Vek::StreamFrames(const GroupRow& group, PosCtrlState& state) {
     ZQNSyncDTS_OnDT2(&pos_dt_[g], target, state.dt_pos.data(), state.dt_vel.data(),
                      frame.dt_out.data());
     ZQAVGF_OnFilt(&pos_filt_[g], state.dt_pos.data(), frame.pos.data(), frame.vel.data());
+    if (group.has_shaper) shaper_.OnShape(cfg_, ei_acb_, group.name, frame);
     state.last_pvt_write_success = WriteFrame(rings_[g], frame);
     if (!state.last_pvt_write_success) return;
     ++pvt_write_count;

@@ -47,6 +47,12 @@ struct Vek::TrajState {
 void Vek::ComputeArmTraj(int arm, double* target) {
   if (arm == 0 || arm == 1) ComputeTraj(kGroups[static_cast<std::size_t>(arm)], target);
 }
+void Vek::ComputeBodyTraj(double* target) {
+  ComputeTraj(kGroups[3], target);
+}
+void Vek::ComputeLiftTraj(double* target) {
+  ComputeTraj(kGroups[4], target);
+}
 
 void Vek::ComputeTraj(const GroupRow& group, double* target) {
   static std::array<TrajState, kGroupCount> states;

@@ -13,7 +13,9 @@
 #include "platform/gyro.h"
 #include "platform/motion_maths.h"
 #include "platform/shared_memory.h"
+#include "vek/frame.h"
 #include "vek/groups.h"
+#include "vek/input_shaper.h"
 #include "vek/shared_areas.h"
 
 // Exit request, set by SIGINT; both loops poll it.
@@ -59,9 +61,15 @@ class Vek {
   // Publishes the local time.
   void OnProcessSystemTime();
 
-  // Advances an arm's trajectory by at most one sample, into `target` (eight axes, ju). Part of the
-  // cycle; public for whoever plays trajectories without a ring.
+  // Advance a group's trajectory by at most one sample, into `target` (eight axes, ju). Parts of
+  // the cycle; public for whoever plays trajectories without a ring.
   void ComputeArmTraj(int arm, double* target);
+  void ComputeBodyTraj(double* target);
+  void ComputeLiftTraj(double* target);
+
+  // Clamps axis 7 of an arm's position (pos[6], ju) against axis 6 by the quadratic limit that
+  // `cfg` holds for the quadrant they are in.
+  void ComputeArmCoupling(int arm, CfgConfig* cfg, double* pos);
 
   // State names. The head and the lift know fewer states than the arms and the body.
   static const char* GetArmStateStr(int state);
@@ -79,6 +87,7 @@ class Vek {
   // What a controller and a trajectory keep from cycle to cycle.
   struct PosCtrlState;
   struct TrajState;
+  struct ScaleCommand;
 
   bool MapAreas();
   bool AttachRings();
@@ -88,6 +97,10 @@ class Vek {
   void InitCutters();
   bool OpenGyro();
   bool OpenGpio();
+
+  void TakeJointCommand(const GroupRow& group);
+  void AbortRun(const GroupRow& group);
+  void TakeScale(const GroupRow& group, const ScaleCommand& command);
 
   bool IsBrakeUnlock(const GroupRow& group) const;
   void ProcessStateRequest(const GroupRow& group);
@@ -119,6 +132,7 @@ class Vek {
 
   std::array<KACB, kGroupCount> rings_;
   CACB ei_acb_;  // the body's unshaped frames
+  InputShaper shaper_;
   IniParser robot_ini_;
   SerialPort serial_port_;
   CYIS100DK gyro_;
@@ -127,6 +141,6 @@ class Vek {
   bool position_ctrl_ready_ = false;
   std::array<ZQNSyncDTS, kGroupCount> pos_dt_{};
   std::array<ZQAVGF, kGroupCount> pos_filt_{};
-  std::array<std::array<double, AREA_AXES>, kGroupCount> pos_target_{};
+  std::array<Axes, kGroupCount> pos_target_{};
   std::array<CCuter50, kGroupCount> cutters;  // the head's is never initialised
 };
