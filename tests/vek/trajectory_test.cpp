@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 #include "tests/support/log_lines.h"
@@ -7,14 +8,13 @@
 
 namespace {
 
-class Trajectory : public testing::TestWithParam<int> {
+class Trajectory : public testing::TestWithParam<std::size_t> {
  protected:
   void SetUp() override {
     ASSERT_TRUE(rig_.Init());
     rig_.LoadWaypoints(Group(), 5000);
   }
-  int Arm() const { return GetParam(); }
-  const GroupRow& Group() const { return kGroups[static_cast<std::size_t>(Arm())]; }
+  const GroupRow& Group() const { return kGroups[GetParam()]; }
   std::string Name() const { return Group().name; }
 
   void SetPointCount(std::int32_t count) {
@@ -23,7 +23,15 @@ class Trajectory : public testing::TestWithParam<int> {
   void SetNextPoint(std::int32_t next) {
     shared::store(rig_.trajbuf, Group().traj.next_point, next);
   }
-  void Step() { rig_.vek.ComputeArmTraj(Arm(), target_.data()); }
+  void Step() {
+    if (Group().is_arm) {
+      rig_.vek.ComputeArmTraj(static_cast<int>(GetParam()), target_.data());
+    } else if (Group().key == "body") {
+      rig_.vek.ComputeBodyTraj(target_.data());
+    } else {
+      rig_.vek.ComputeLiftTraj(target_.data());
+    }
+  }
   // Steps until the run has ended; the number of steps, at most `most`.
   int StepToEnd(int most) {
     int steps = 0;
@@ -38,7 +46,7 @@ class Trajectory : public testing::TestWithParam<int> {
   std::array<double, AREA_AXES> target_{};
 };
 
-INSTANTIATE_TEST_SUITE_P(BothArms, Trajectory, testing::Values(0, 1));
+INSTANTIATE_TEST_SUITE_P(GroupsWithRuns, Trajectory, testing::Values(0, 1, 3, 4));
 
 }  // namespace
 
@@ -51,14 +59,17 @@ TEST_P(Trajectory, PlaysTwentySamplesAnIntervalAndElevenMore) {
     SetPointCount(announced);
     rig_.SetTrajState(Group(), TRAJ_START);
     EXPECT_EQ(StepToEnd(200000), 20 * (played - 1) + 11) << announced;
-    for (int j = 0; j < 7; ++j) {
-      EXPECT_NEAR(target_[static_cast<std::size_t>(j)], rig_.Waypoint(Group(), played - 1, j),
-                  1e-9);
+    const auto last = static_cast<std::size_t>(played - 1);
+    for (std::size_t j = 0; j < Group().udp.joint_cmd_axes; ++j) {
+      EXPECT_NEAR(target_[j], rig_.Waypoint(Group(), last, j), 1e-9);
     }
     EXPECT_EQ(target_[7], 0) << "an axis beyond Dof";
     EXPECT_EQ(shared::load(rig_.trajbuf, Group().traj.next_point), played);
   }
-  EXPECT_EQ(LogLines("INFO  " + Name() + ": Run traj plan finish at {").size(), std::size(kRuns));
+  const auto lines = LogLines("INFO  " + Name() + ": Run traj plan finish at {");
+  ASSERT_EQ(lines.size(), std::size(kRuns));
+  EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), ','),
+            static_cast<int>(Group().udp.joint_cmd_axes) - 1);
 }
 
 TEST_P(Trajectory, StepsThroughTheStatesInTheirOrder) {
@@ -141,13 +152,13 @@ TEST_P(Trajectory, ANextPointOutsideTheBlockEndsTheRun) {
   }
 }
 
-TEST_P(Trajectory, OnlyItsOwnArmMoves) {
+TEST_P(Trajectory, OnlyItsOwnGroupMoves) {
   SetPointCount(10);
   rig_.SetTrajState(Group(), TRAJ_START);
   std::array<double, AREA_AXES> other{};
-  rig_.vek.ComputeArmTraj(1 - Arm(), other.data());
-  rig_.vek.ComputeArmTraj(2, other.data());
-  rig_.vek.ComputeArmTraj(-1, other.data());
+  for (const int arm : {-1, 0, 1, 2}) {
+    if (arm != static_cast<int>(GetParam())) rig_.vek.ComputeArmTraj(arm, other.data());
+  }
   EXPECT_EQ(rig_.TrajState(Group()), TRAJ_START);
   EXPECT_EQ(StepToEnd(1000), 191);
 }

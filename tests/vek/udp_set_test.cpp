@@ -1,0 +1,211 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "tests/support/log_lines.h"
+#include "tests/vek/vek_rig.h"
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kFar = 1000;
+
+class UdpSet : public testing::TestWithParam<std::size_t> {
+ protected:
+  void SetUp() override { ASSERT_TRUE(rig_.Init()); }
+  const GroupRow& Group() const { return kGroups[GetParam()]; }
+  std::size_t AxesInUse() const { return Group().udp.joint_cmd_axes; }
+  double Limit(shared::Field<double> word, std::size_t j) const {
+    return LoadJoint(rig_.cfg, Group(), word, j);
+  }
+
+  // Commands all joints; the group then streams until it rests at what it took over.
+  void Command(float q) {
+    for (std::size_t j = 0; j < AxesInUse(); ++j) {
+      shared::store(rig_.udp, Group().udp.joint_cmd, q, j);
+    }
+    shared::store(rig_.udp, Group().udp.joint_cmd_enable, 1);
+    shared::store_release(rig_.udp, Group().udp.joint_cmd_new, 1);
+  }
+  bool Pending() const { return shared::load(rig_.udp, Group().udp.joint_cmd_new) != 0; }
+  Frame Rest() {
+    rig_.SetState(Group(), GROUP_STATE_POSITION);
+    Frame last;
+    for (int k = 0; k < 6000; ++k) {
+      rig_.Cycle();
+      const std::vector<Frame> frames = rig_.TakeFrames(Group());
+      if (!frames.empty()) last = frames.back();
+    }
+    return last;
+  }
+  // The largest speed and acceleration of axis `j` on the way to `q`, after `percent` was set.
+  Axes FastestTo(float q) {
+    Command(q);
+    Axes fastest{};
+    for (int k = 0; k < 300; ++k) {
+      rig_.Cycle();
+      for (const Frame& frame : rig_.TakeFrames(Group())) {
+        for (std::size_t j = 0; j < AxesInUse(); ++j) {
+          fastest[j] = std::max(fastest[j], std::abs(frame.vel[j]));
+        }
+      }
+    }
+    return fastest;
+  }
+
+  VekRig rig_;
+};
+INSTANTIATE_TEST_SUITE_P(AllGroups, UdpSet, testing::Values(0, 1, 2, 3, 4));
+
+using ArmSet = UdpSet;
+INSTANTIATE_TEST_SUITE_P(BothArms, ArmSet, testing::Values(0, 1));
+
+}  // namespace
+
+TEST_P(UdpSet, ClampsEachJointUnlessItsLimitIsDisabled) {
+  // Bit 6 takes the arms' coupling out of the picture, and with it the clamp of axis 7.
+  shared::store(rig_.sys, Group().sys.soft_limit_disable, 0x40);
+  Rest();
+  for (const float q : {kFar, -kFar}) {
+    Command(q);
+    const Frame frame = Rest();
+    EXPECT_FALSE(Pending());
+    for (std::size_t j = 0; j < std::min<std::size_t>(AxesInUse(), 6); ++j) {
+      const double limit = Limit(q > 0 ? Group().cfg.limit_pos : Group().cfg.limit_neg, j);
+      EXPECT_NEAR(frame.pos[j], limit, 1e-12);
+    }
+  }
+  shared::store(rig_.sys, Group().sys.soft_limit_disable, 0x42);
+  const double beyond = Limit(Group().cfg.limit_pos, 1) + 0.05;
+  Command(static_cast<float>(beyond));
+  EXPECT_NEAR(Rest().pos[1], static_cast<float>(beyond), 1e-12);
+}
+
+TEST_P(UdpSet, TakesCommandsOverInIdlePositionAndErrorOnly) {
+  for (const int state : {2, 3, 50, 101, 102, 103, 109, -1}) {
+    rig_.SetState(Group(), state);
+    Command(0.01F);
+    rig_.Cycle();
+    EXPECT_TRUE(Pending()) << state;
+    rig_.SetState(Group(), GROUP_STATE_ERROR);
+    rig_.Cycle();
+    EXPECT_FALSE(Pending()) << "taken over when the state returns from " << state;
+  }
+  // Either byte alone is no command.
+  rig_.SetState(Group(), GROUP_STATE_IDLE);
+  Command(0.01F);
+  shared::store(rig_.udp, Group().udp.joint_cmd_enable, 0);
+  rig_.Cycle();
+  EXPECT_TRUE(Pending());
+}
+
+TEST_P(UdpSet, ScalesSpeedAndAccelerationAtRunTime) {
+  struct Case {
+    float percent;
+    double scale;
+  };
+  constexpr Case kCases[] = {{10, 0.1},    {0, 0.01},  {-3, 0.01},
+                             {kNaN, 0.01}, {100, 1.0}, {250, 1.0}};
+  Rest();
+  float q = 0.3F;
+  for (const Case& c : kCases) {
+    shared::store(rig_.udp, Group().udp.vel_percent, c.percent);
+    shared::store(rig_.udp, Group().udp.vel_enable, 1);
+    shared::store_release(rig_.udp, Group().udp.vel_new, 1);
+    rig_.Cycle();
+    rig_.TakeFrames(Group());
+    const Axes fastest = FastestTo(q);
+    EXPECT_EQ(shared::load(rig_.udp, Group().udp.vel_new), 0);
+    for (std::size_t j = 0; j < std::min<std::size_t>(AxesInUse(), 6); ++j) {
+      const double limit = Limit(Group().cfg.vel_max, j) * c.scale;
+      EXPECT_LE(fastest[j], limit * (1 + 1e-9));
+      if (c.scale < 0.2) {
+        EXPECT_GT(fastest[j], limit * 0.9) << c.percent << " % on axis " << j;
+      }
+    }
+    q = -q;
+    Rest();
+  }
+  // Without axes in Mac all limits are 0.
+  shared::store(rig_.mac, Group().axes, 0);
+  shared::store(rig_.udp, Group().udp.acc_enable, 1);
+  shared::store_release(rig_.udp, Group().udp.acc_new, 1);
+  const double before = Rest().pos[0];
+  Command(q);
+  EXPECT_EQ(Rest().pos[0], before);
+  EXPECT_EQ(shared::load(rig_.udp, Group().udp.acc_new), 0);
+}
+
+TEST_P(UdpSet, ANumberlessCommandHoldsTheAxis) {
+  Rest();
+  Command(0.02F);
+  const Frame before = Rest();
+  Command(kNaN);
+  EXPECT_EQ(Rest().pos, before.pos);
+}
+
+TEST_P(UdpSet, OnlyAnArmsRunEndsOnAJointCommand) {
+  if (!Group().plays_trajectories()) return;
+  rig_.LoadWaypoints(Group(), 100);
+  for (const int state : {int{TRAJ_START}, 1, -1}) {
+    rig_.SetTrajState(Group(), state);
+    Command(0.01F);
+    rig_.vek.OnProcessUdpSet();
+    EXPECT_EQ(rig_.TrajState(Group()), Group().is_arm ? TRAJ_IDLE : state);
+  }
+  const std::string arm = std::to_string(GetParam());
+  EXPECT_EQ(LogLines("WARN  Arm" + arm + ": UDP_ARM" + arm +
+                     "_RT_CmdJointPos is set, abort traj plan moving")
+                .size(),
+            Group().is_arm ? 3U : 0U);
+  EXPECT_EQ(LogLines("WARN").size(), Group().is_arm ? 3U : 0U);
+}
+
+TEST_P(ArmSet, CouplesAxis7ToAxis6ByQuadrant) {
+  // Limits: x > 0, y >= 0: 2 - x; x > 0, y < 0: -1 - x^2; x <= 0, y >= 0: 3; x <= 0, y < 0: -4.
+  const std::size_t arm = offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm);
+  const auto set = [&](std::size_t quadrant, double c0, double c1, double c2) {
+    const shared::Field<double> c{arm + quadrant};
+    shared::store(rig_.cfg, c, c0, 0);
+    shared::store(rig_.cfg, c, c1, 1);
+    shared::store(rig_.cfg, c, c2, 2);
+  };
+  set(offsetof(CfgArm, BD67PP), 0, -1, 2);
+  set(offsetof(CfgArm, BD67PN), -1, 0, -1);
+  set(offsetof(CfgArm, BD67NP), 0, 0, 3);
+  set(offsetof(CfgArm, BD67NN), 0, 0, -4);
+  struct Case {
+    double x, y, limited;
+  };
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+  constexpr Case kCases[] = {
+      {0.5, 9, 1.5}, {0.5, 1.5, 1.5},  {0.5, 1.4, 1.4}, {3, 0, -1},    {0.5, -9, -1.25},
+      {0.5, -1, -1}, {0, 9, 3},        {0, -9, -4},     {-1, 9, 3},    {-1, 2.5, 2.5},
+      {-1, -9, -4},  {-1, -3.5, -3.5}, {-1, 0, 0},      {kNone, 9, 9}, {kNone, -9, -9},
+  };
+  for (const Case& c : kCases) {
+    double pos[AREA_AXES] = {11, 12, 13, 14, 15, c.x, c.y, 18};
+    rig_.vek.ComputeArmCoupling(static_cast<int>(GetParam()), rig_.cfg, pos);
+    EXPECT_EQ(pos[6], c.limited) << c.x << ", " << c.y;
+    EXPECT_EQ(pos[0] + pos[1] + pos[2] + pos[3] + pos[4] + pos[7], 83);
+  }
+  set(offsetof(CfgArm, BD67PP), kNone, 0, 0);
+  double pos[AREA_AXES] = {0, 0, 0, 0, 0, 1, 1, 0};
+  rig_.vek.ComputeArmCoupling(static_cast<int>(GetParam()), rig_.cfg, pos);
+  EXPECT_EQ(pos[6], 1) << "a coefficient that is no number limits nothing";
+}
+
+TEST_P(ArmSet, AppliesTheCouplingToCommandsUnlessBit6IsSet) {
+  const std::size_t arm = offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm);
+  const shared::Field<double> c{arm + offsetof(CfgArm, BD67PP)};
+  shared::store(rig_.cfg, c, 0.0, 0);
+  shared::store(rig_.cfg, c, 0.0, 1);
+  shared::store(rig_.cfg, c, 0.1, 2);
+  Rest();
+  Command(0.5F);
+  EXPECT_NEAR(Rest().pos[6], 0.1, 1e-12);
+  shared::store(rig_.sys, Group().sys.soft_limit_disable, 0x40);
+  Command(0.5F);
+  EXPECT_NEAR(Rest().pos[6], 0.5, 1e-12);
+}
