@@ -1,11 +1,14 @@
 #include "tools/frames_csv.h"
 
+#include <bit>
+
 #include "tools/failure.h"
 #include "tools/group_argument.h"
 
 namespace {
 
-constexpr std::size_t kGroupCells = 1 + 3 * AREA_AXES;
+constexpr std::size_t kAxes = AREA_AXES;
+constexpr std::size_t kGroupCells = 1 + 3 * kAxes;
 
 void AppendAxes(std::string& text, const Axes& values) {
   for (const double value : values) {
@@ -51,8 +54,8 @@ Frame ParseFrame(const std::string_view* cells, const std::string& where) {
   Frame frame;
   frame.stream_flag = static_cast<std::uint32_t>(*flag);
   frame.pos = ParseAxes(cells + 1, where);
-  frame.vel = ParseAxes(cells + 1 + AREA_AXES, where);
-  frame.out = ParseAxes(cells + 1 + 2 * AREA_AXES, where);
+  frame.vel = ParseAxes(cells + 1 + kAxes, where);
+  frame.dt_out = ParseAxes(cells + 1 + 2 * kAxes, where);
   return frame;
 }
 
@@ -74,6 +77,15 @@ void ParseRow(std::string_view line, const std::string& where,
 }
 
 }  // namespace
+
+bool SameFrame(const Frame& a, const Frame& b) {
+  using Bits = std::array<std::uint64_t, kAxes>;
+  const auto same = [](const Axes& x, const Axes& y) {
+    return std::bit_cast<Bits>(x) == std::bit_cast<Bits>(y);
+  };
+  return a.stream_flag == b.stream_flag && same(a.pos, b.pos) && same(a.vel, b.vel) &&
+         same(a.dt_out, b.dt_out);
+}
 
 std::string FramesHeader(const std::vector<const GroupRow*>& groups) {
   std::string text = "time";
@@ -97,7 +109,7 @@ void AppendFramesRow(std::string& text, double time_s, const std::vector<const F
     text += std::to_string(frame->stream_flag);
     AppendAxes(text, frame->pos);
     AppendAxes(text, frame->vel);
-    AppendAxes(text, frame->out);
+    AppendAxes(text, frame->dt_out);
   }
   text += '\n';
 }

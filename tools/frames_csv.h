@@ -5,8 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "tools/frame.h"
+#include "vek/frame.h"
 #include "vek/groups.h"
+
+// Whether two frames are the same, bit for bit.
+bool SameFrame(const Frame& a, const Frame& b);
 
 // The header row for these groups, line feed included.
 std::string FramesHeader(const std::vector<const GroupRow*>& groups);

@@ -37,9 +37,8 @@ GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group) {
   return limits;
 }
 
-std::array<double, AREA_AXES> ScaleLimits(const std::array<double, AREA_AXES>& limit,
-                                          float percent) {
-  std::array<double, AREA_AXES> scaled{};
+Axes ScaleLimits(const Axes& limit, float percent) {
+  Axes scaled{};
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
     scaled[j] = limit[j] * static_cast<double>(percent) / 100;
   }

@@ -3,22 +3,19 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tools/failure.h"
 
 namespace {
 
-int Report(const CLI::App& app, std::string message, int status) {
-  std::replace(message.begin(), message.end(), '\n', ' ');
-  std::fprintf(stderr, "%s: %s\n", app.get_name().c_str(), message.c_str());
-  return status;
-}
-
 // A word that is no command counts as none given; the word itself says more.
 std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
   const std::vector<std::string> words = app.remaining();
   const bool no_command = error.get_name() == "RequiredError" && app.get_subcommands().empty();
-  return no_command && !words.empty() ? "no command " + words.front() : error.what();
+  std::string text = no_command && !words.empty() ? "no command " + words.front() : error.what();
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
 }
 
 }  // namespace
@@ -29,16 +26,25 @@ void AddRootOptions(CLI::App& app, RootOption& option) {
   app.add_flag("--host", option.host, "Work on the real paths of this machine");
 }
 
-int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& body) noexcept {
+bool ParseArguments(CLI::App& app, int argc, char** argv) {
   try {
     app.parse(argc, argv);
-    return body();
+    return true;
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);  // --help
-    return Report(app, Explain(app, error), kStatusUsage);
+    if (error.get_exit_code() != 0) FailUsage(Explain(app, error));
+    app.exit(error);
+    return false;
+  }
+}
+
+int RunTool(const char* name, int (*tool)(int argc, char** argv), int argc, char** argv) noexcept {
+  try {
+    return tool(argc, argv);
   } catch (const Failure& failure) {
-    return Report(app, failure.what(), failure.status());
+    std::fprintf(stderr, "%s: %s\n", name, failure.what());
+    return failure.status();
   } catch (const std::exception& error) {
-    return Report(app, error.what(), kStatusFailed);
+    std::fprintf(stderr, "%s: %s\n", name, error.what());
+    return kStatusFailed;
   }
 }

@@ -2,13 +2,16 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <functional>
 
 #include "tools/root_option.h"
 
 // Adds --root and --host.
 void AddRootOptions(CLI::App& app, RootOption& option);
 
-// Parses the arguments and runs `body`, which gives the exit status. Whatever fails ends in one
-// line on standard error: status 2 for a wrong argument, else 1.
-int RunTool(CLI::App& app, int argc, char** argv, const std::function<int()>& body) noexcept;
+// Parses the arguments; false when they asked for help, which is then printed. A Failure (status 2)
+// for a wrong argument.
+bool ParseArguments(CLI::App& app, int argc, char** argv);
+
+// Runs a tool and gives the exit status. A Failure ends in one line on standard error and its
+// status, anything else that is thrown in status 1.
+int RunTool(const char* name, int (*tool)(int argc, char** argv), int argc, char** argv) noexcept;

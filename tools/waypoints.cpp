@@ -68,7 +68,7 @@ void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group,
 }
 
 std::vector<std::string> SpeedWarnings(const Waypoints& waypoints, const GroupRow& group,
-                                       const std::array<double, AREA_AXES>& vel) {
+                                       const Axes& vel) {
   std::vector<std::string> warnings;
   for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
     double fastest = 0;

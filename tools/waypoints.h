@@ -32,4 +32,4 @@ void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group, const G
 // One line for each joint that would have to move faster than its limit, at its fastest; `vel` are
 // the limits in force, ju/s.
 std::vector<std::string> SpeedWarnings(const Waypoints& waypoints, const GroupRow& group,
-                                       const std::array<double, AREA_AXES>& vel);
+                                       const Axes& vel);

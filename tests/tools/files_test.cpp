@@ -66,9 +66,9 @@ TEST(WaypointFile, JointLimitsAndSpeedsAreCheckedByAxisAndLine) {
 }
 
 TEST(Recording, ReadsBackBitForBit) {
-  Frame frame{.stream_flag = 1, .pos = {}, .vel = {}, .out = {}};
+  Frame frame{.stream_flag = 1, .pos = {}, .vel = {}, .dt_out = {}};
   frame.pos = {0.1, -0.0, 1.0 / 3, 1e-310, 1e300, std::nextafter(1.0, 2.0), -2.5, 7};
-  frame.out[7] = std::numeric_limits<double>::infinity();
+  frame.dt_out[7] = std::numeric_limits<double>::infinity();
   std::string text = FramesHeader({&kArm1, &kLift});
   AppendFramesRow(text, 0.001, {&frame, nullptr});
   AppendFramesRow(text, 0.002, {nullptr, &frame});

@@ -26,11 +26,11 @@ class ServoModelTest : public testing::TestWithParam<int> {
   }
   void Accept(int state) { shared::store(sys_.data(), group_.sys.state_transfer_cmd, state); }
   void Write(std::uint32_t flag, double pos) {
-    PvtFrame frame{};
+    Frame frame;
     frame.stream_flag = flag;
-    for (double& axis_pos : positions_) axis_pos = pos;
-    shared::write_bytes(frame.pos, positions_.data(), sizeof frame.pos);
-    ASSERT_TRUE(writer_.OnWrite(&frame, sizeof frame));
+    frame.pos.fill(pos);
+    const PvtFrame packed = PackFrame(frame);
+    ASSERT_TRUE(writer_.OnWrite(&packed, sizeof packed));
   }
   void EnterPosition() {
     Accept(GROUP_STATE_POSITION);
@@ -44,7 +44,6 @@ class ServoModelTest : public testing::TestWithParam<int> {
   std::vector<unsigned char> udp_ = std::vector<unsigned char>(AREA_UDP_SIZE, 0xff);
   std::vector<unsigned char> vek2dru_ = std::vector<unsigned char>(AREA_VEK2DRU_SIZE);
   Axes axes_pose_{};
-  Axes positions_{};
   KACB writer_;
   ServoModel model_{
       group_,

@@ -103,7 +103,7 @@ TEST_F(Verify, AnyFaultFails) {
       {"one bit of a position",
        [](Frames& f) { f[700].pos[6] = std::nextafter(f[700].pos[6], 1.0); }},
       {"one bit of a speed", [](Frames& f) { f[700].vel[0] = std::nextafter(f[700].vel[0], 1.0); }},
-      {"one bit of the third output", [](Frames& f) { f[60].out[3] += 1e-9; }},
+      {"one bit of the third output", [](Frames& f) { f[60].dt_out[3] += 1e-9; }},
       {"the start frame lost", [](Frames& f) { f.erase(f.begin()); }},
       {"a second start frame", [](Frames& f) { f[900].stream_flag = 0; }},
       {"the end not reached", [](Frames& f) { f.resize(f.size() - 140); }},

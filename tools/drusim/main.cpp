@@ -95,11 +95,15 @@ int Simulate(Arguments& arguments) {
   return complete ? 0 : kStatusFailed;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Drusim(int argc, char** argv) {
   CLI::App app("Plays the servo task on Vek's shared areas, until SIGINT or SIGTERM.", "drusim");
   Arguments arguments;
   AddOptions(app, arguments);
-  return RunTool(app, argc, argv, [&] { return Simulate(arguments); });
+  return ParseArguments(app, argc, argv) ? Simulate(arguments) : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return RunTool("drusim", Drusim, argc, argv);
 }

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "tools/frame.h"
+#include "vek/frame.h"
 #include "vek/groups.h"
 
 class Recorder {

@@ -83,8 +83,8 @@ void ServoModel::EnterTarget() {
 bool ServoModel::TakeFrame() {
   // Until the start frame, what comes may belong to an earlier stream; a ring holds ten frames.
   for (int k = 0; k <= AREA_RING_CAPACITY / AREA_FRAME_SIZE; ++k) {
-    unsigned char packed[AREA_FRAME_SIZE];
-    if (!ring_.OnRead(packed, sizeof packed)) return false;
+    PvtFrame packed;
+    if (!ring_.OnRead(&packed, sizeof packed)) return false;
     frame_ = UnpackFrame(packed);
     if (streaming_ || frame_.stream_flag == 0) {
       streaming_ = true;

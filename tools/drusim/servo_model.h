@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/shared_memory.h"
-#include "tools/frame.h"
+#include "vek/frame.h"
 #include "vek/groups.h"
 
 // The areas of the servo task.

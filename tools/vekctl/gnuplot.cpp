@@ -24,7 +24,7 @@ PlotFolder::~PlotFolder() {
 }
 
 std::string PlotFolder::Write(const std::string& name, const std::string& content) const {
-  const std::string path = path_ + "/" + name;
+  std::string path = path_ + "/" + name;
   std::ofstream file(path, std::ios::binary);
   file << content;
   file.close();

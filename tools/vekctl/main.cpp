@@ -77,11 +77,15 @@ int RunCommand(const CLI::App& app, Arguments& arguments) {
   return RunVerify(arguments.verify);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Vekctl(int argc, char** argv) {
   CLI::App app("Operates Vek through its shared areas.", "vekctl");
   Arguments arguments;
   AddCommands(app, arguments);
-  return RunTool(app, argc, argv, [&] { return RunCommand(app, arguments); });
+  return ParseArguments(app, argc, argv) ? RunCommand(app, arguments) : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return RunTool("vekctl", Vekctl, argc, argv);
 }

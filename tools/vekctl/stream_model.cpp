@@ -4,6 +4,7 @@
 
 #include "cuter/ccuter50.h"
 #include "tools/failure.h"
+#include "tools/frames_csv.h"
 #include "tools/group_argument.h"
 
 namespace {
@@ -101,7 +102,7 @@ void StreamModel::OnStep(const Axes& target) {
   std::copy_n(target.begin(), dof_, target_.begin());
   Axes pos{};
   Axes vel{};
-  ZQNSyncDTS_OnDT2(&generator_, target_.data(), pos.data(), vel.data(), frame_.out.data());
+  ZQNSyncDTS_OnDT2(&generator_, target_.data(), pos.data(), vel.data(), frame_.dt_out.data());
   ZQAVGF_OnFilt(&filter_, pos.data(), frame_.pos.data(), frame_.vel.data());
   frame_.stream_flag = 1;
 }

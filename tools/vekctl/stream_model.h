@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "platform/motion_maths.h"
-#include "tools/frame.h"
 #include "tools/group_limits.h"
 #include "tools/waypoints.h"
+#include "vek/frame.h"
 
 struct StreamSetup {
   GroupLimits limits;    // of the configuration
