@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
@@ -25,48 +24,46 @@ std::string Output(const std::string& command) {
   return any ? text : "";
 }
 
-TEST(HostPath, IsAbsoluteAndFixedAtFirstUse) {
-  const TempRoot root;
-  std::filesystem::current_path(root.Path("/.."));
-  setenv("VEK_ROOT", std::filesystem::path(root.Path("")).filename().c_str(), 1);
-  EXPECT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));
-  std::filesystem::current_path("/");
-  EXPECT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));
-}
-
-TEST(HostPath, IsLiteralAndCommandsAreRealWithoutARoot) {
+TEST(Host, IsRealAndItsPathsLiteralWithoutARoot) {
   setenv("VEK_ROOT", "", 1);
   EXPECT_EQ(host_path("/dev/ZQMac"), "/dev/ZQMac");
   EXPECT_EQ(Output("echo real"), "real\n");
   EXPECT_EQ(host_system("exit 3"), 3 << 8);
 }
 
-TEST(Commands, AreRecordedAndOnlyTouchActs) {
+TEST(Host, RecordsCommandsBeneathARootAndOnlyTouchActs) {
   const TempRoot root;
-  const std::string outside = root.Path("-outside");
-  const std::string name = std::filesystem::path(outside).filename();
+  std::filesystem::current_path(root.Path("/.."));
+  setenv("VEK_ROOT", std::filesystem::path(root.Path("")).filename().c_str(), 1);
+  EXPECT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));
+  std::filesystem::current_path("/");
+  const std::string outside = root.Path("-outside"), flag = "/home/QUARLE/Tmp/UpdateFlag";
   std::filesystem::create_directories(root.Path("/home/QUARLE/Tmp"));
-  std::string recorded;
-  for (const std::string& command :
-       {std::string("touch /home/QUARLE/Tmp/UpdateFlag && sync"), "touch /../" + name,
-        "sync && echo x > " + outside, std::string("touch /missing/file && sync")}) {
-    EXPECT_EQ(host_system(command.c_str()), command[7] == 'm' ? 1 << 8 : 0) << command;
-    recorded += command + "\n";
+  const std::string commands[] = {
+      "touch " + flag + " && sync",
+      "touch /../" + std::filesystem::path(outside).filename().string(),
+      "sync && echo x > " + outside,
+      "hostname -I > " + outside,
+  };
+  std::string recorded = "touch /missing/file && sync\n";
+  EXPECT_EQ(host_system("touch /missing/file && sync"), 1 << 8);
+  for (const std::string& command : commands) {
+    EXPECT_EQ(host_system(command.c_str()), 0) << command;
+    EXPECT_EQ(Output(command), "");
+    recorded += command + "\n" + command + "\n";
   }
-  EXPECT_EQ(Output("hostname -I > " + outside), "");
-  EXPECT_NE(Output("hostname -I"), "(failed)");
   const timeval time{1234567890, 0};
   timeval now{};
   EXPECT_EQ(host_settimeofday(&time), 0);
   EXPECT_EQ(host_gettimeofday(&now), 0);
   EXPECT_GT(now.tv_sec, time.tv_sec);
-  recorded += "hostname -I > " + outside + "\nsettimeofday 1234567890\n";
-  EXPECT_EQ(root.Read("/var/commands.log"), recorded);
-  EXPECT_TRUE(std::filesystem::exists(root.Path("/home/QUARLE/Tmp/UpdateFlag")));
+  EXPECT_NE(Output("hostname -I"), "(failed)");
+  EXPECT_EQ(root.Read("/var/commands.log"), recorded + "settimeofday 1234567890\n");
+  EXPECT_TRUE(std::filesystem::exists(root.Path(flag)));
   EXPECT_FALSE(std::filesystem::exists(outside));
 }
 
-TEST(Commands, FailWhenTheListSaysSo) {
+TEST(Host, FailsWhenTheListSaysSo) {
   const TempRoot root;
   const timeval time{5, 0};
   setenv("VEK_FAIL", "settimeofday,hostname,mount", 1);
@@ -82,20 +79,17 @@ TEST(Commands, FailWhenTheListSaysSo) {
   EXPECT_EQ(host_system("sync"), -1);  // what cannot be recorded has not run
 }
 
-TEST(Devices, LevelsAreReadAnewAndTheHardwareClockIsNeverSet) {
+TEST(Host, ReadsLevelsAnewAndNeverSetsTheHardwareClock) {
   const TempRoot root;
   EXPECT_EQ(host_open("/dev/qlm_gpio", O_RDWR), -1);
   root.Write("/dev/qlm_gpio", std::string("\1\0\0\0\2\1\0\x80\3\0\0", 11));
   const int fd = host_open("/dev/qlm_gpio", O_RDWR);
-  EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
   int level = 1;
   EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), 0);
   EXPECT_EQ(level, INT_MIN + 0x102);
   for (const int input : {2, 3, -1, INT_MIN, INT_MAX, 0x40000000}) {
     level = input;
-    errno = 0;
     EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), -1) << input;
-    EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(level, input);
   }
   root.Write("/dev/qlm_gpio", std::string("\7\0\0\0", 4));
@@ -104,7 +98,6 @@ TEST(Devices, LevelsAreReadAnewAndTheHardwareClockIsNeverSet) {
   EXPECT_EQ(level, 7);
   EXPECT_EQ(host_ioctl(fd, kSetHardwareClock, nullptr), 0);
   EXPECT_EQ(host_close(fd), 0);
-  EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), -1);
   EXPECT_EQ(host_ioctl(fd, kSetHardwareClock, nullptr), -1);
 }
 
