@@ -47,19 +47,6 @@ struct Ring : testing::Test {
   }
 };
 
-TEST_F(Ring, BytesGoOnAtTheStart) {
-  const Frame in = FrameOf(1);
-  Frame out;
-  Set(kSpan - 96, kSpan - 96);
-  ASSERT_TRUE(writer.OnWrite(in.data(), 196));
-  EXPECT_EQ(std::memcmp(ring.data + kC - 96, in.data(), 96), 0);
-  EXPECT_EQ(std::memcmp(ring.data, in.data() + 96, 100), 0);
-  EXPECT_EQ(std::uint32_t{ring.write_pos}, 100u);
-  ASSERT_TRUE(reader.OnRead(out.data(), 196));
-  EXPECT_EQ(out, in);
-  EXPECT_TRUE(BothAt(100));
-}
-
 TEST_F(Ring, HostilePositionsAreRefusedAndRepaired) {
   const struct {
     std::uint32_t write, read;
@@ -79,7 +66,7 @@ TEST_F(Ring, HostilePositionsAreRefusedAndRepaired) {
       {0xffffffff, 0xffffffff, 0, false, 0, 0},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.write << " " << c.read);
+    SCOPED_TRACE(&c - cases);
     Frame frame = FrameOf(1);
     Set(c.write, c.read);
     EXPECT_EQ(writer.OnWrite(frame.data(), 196), c.takes_a_frame);
@@ -105,22 +92,26 @@ TEST_F(Ring, RefusesWrongMemoryAndLengths) {
   EXPECT_FALSE(writer.OnAttach(&ring, AREA_RING_SIZE - 1) || writer.OnWrite(bytes.data(), 0));
 }
 
-// The two ends at full speed: every frame arrives once, whole and in order.
+// Every frame arrives once, whole and in order, with the ends at full speed.
 TEST_F(Ring, WriterAndReaderAtTheSameTime) {
-  constexpr std::uint32_t kFrames = 50000;
+  const auto first = FrameOf(0);
+  Set(kSpan - 96, kSpan - 96);
+  ASSERT_TRUE(writer.OnWrite(first.data(), 196));
+  EXPECT_EQ(std::memcmp(ring.data + kC - 96, first.data(), 96), 0);
+  EXPECT_EQ(std::memcmp(ring.data, first.data() + 96, 100), 0);
   std::thread producer([this] {
-    for (std::uint32_t number = 0; number < kFrames; ++number) {
+    for (std::uint32_t number = 1; number < 50000; ++number) {
       while (!writer.OnWrite(FrameOf(number).data(), 196)) std::this_thread::yield();
     }
   });
-  std::uint32_t wrong = 0;
-  for (std::uint32_t number = 0; number < kFrames; ++number) {
+  int wrong = 0;
+  for (std::uint32_t number = 0; number < 50000; ++number) {
     Frame frame;
     while (!reader.OnRead(frame.data(), 196)) std::this_thread::yield();
-    wrong += frame != FrameOf(number);
+    wrong += frame != FrameOf(number) ? 1 : 0;
   }
   producer.join();
-  EXPECT_EQ(wrong, 0u);
+  EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace
