@@ -52,8 +52,14 @@ end_process() {
 
 build() {
   need_packages "${build_packages[@]}" googletest
-  cmake --preset release >/dev/null
-  cmake --build --preset release --parallel "$(nproc)" --target vek vekctl drusim -- --quiet
+  mkdir -p build
+  echo "Building; the first time takes a minute"
+  if ! { cmake --preset release &&
+    cmake --build --preset release --parallel "$(nproc)" --target vek vekctl drusim; } \
+    >build/build.log 2>&1; then
+    tail -n 40 build/build.log >&2
+    exit 1
+  fi
 }
 
 start() {

@@ -1,5 +1,6 @@
 #include "tools/waypoints.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "tools/failure.h"
@@ -33,6 +34,11 @@ Waypoint ParseWaypoint(const std::vector<std::string_view>& cells, const GroupRo
   return point;
 }
 
+// The joints of a waypoint that the planner takes.
+std::size_t PlannedJoints(const GroupRow& group, const GroupLimits& limits) {
+  return std::min(WaypointJoints(group), limits.dof);
+}
+
 }  // namespace
 
 Waypoints ReadWaypoints(const std::string& file, const GroupRow& group) {
@@ -58,7 +64,7 @@ Waypoints ReadWaypoints(const std::string& file, const GroupRow& group) {
 void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group,
                       const GroupLimits& limits) {
   for (const Waypoint& point : waypoints.points) {
-    for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
+    for (std::size_t j = 0; j < PlannedJoints(group, limits); ++j) {
       const double value = point.joint[j];
       if (value >= limits.pos_min[j] && value <= limits.pos_max[j]) continue;
       FailUsage(waypoints.file, ":", point.line, ": joint ", j + 1, " at ", value,
@@ -68,9 +74,10 @@ void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group,
 }
 
 std::vector<std::string> SpeedWarnings(const Waypoints& waypoints, const GroupRow& group,
-                                       const Axes& vel) {
+                                       const GroupLimits& limits, float percent) {
+  const Axes vel = ScaleLimits(limits.vel_max, percent);
   std::vector<std::string> warnings;
-  for (std::size_t j = 0; j < WaypointJoints(group); ++j) {
+  for (std::size_t j = 0; j < PlannedJoints(group, limits); ++j) {
     double fastest = 0;
     int line = 0;
     for (std::size_t k = 1; k < waypoints.points.size(); ++k) {

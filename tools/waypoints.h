@@ -29,7 +29,7 @@ Waypoints ReadWaypoints(const std::string& file, const GroupRow& group);
 // limits.
 void CheckJointLimits(const Waypoints& waypoints, const GroupRow& group, const GroupLimits& limits);
 
-// One line for each joint that would have to move faster than its limit, at its fastest; `vel` are
-// the limits in force, ju/s.
+// One line for each joint that would have to move faster than its limit scaled by `percent`, at its
+// fastest.
 std::vector<std::string> SpeedWarnings(const Waypoints& waypoints, const GroupRow& group,
-                                       const Axes& vel);
+                                       const GroupLimits& limits, float percent);

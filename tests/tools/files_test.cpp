@@ -51,6 +51,7 @@ TEST(WaypointFile, JointLimitsAndSpeedsAreCheckedByAxisAndLine) {
   const TempFile file(text);
   const Waypoints waypoints = ReadWaypoints(file.path(), kArm1);
   GroupLimits limits{};
+  limits.dof = 7;
   limits.pos_min.fill(-1);
   limits.pos_max.fill(0.5);
   EXPECT_EQ(UsageMessage([&] { CheckJointLimits(waypoints, kArm1, limits); }), "no failure");
@@ -58,9 +59,9 @@ TEST(WaypointFile, JointLimitsAndSpeedsAreCheckedByAxisAndLine) {
   EXPECT_EQ(UsageMessage([&] { CheckJointLimits(waypoints, kArm1, limits); }),
             file.path() + ":6: joint 7 at 0.5 is outside its limits -1 to 0.25");
 
-  Axes vel{};
-  vel.fill(24);  // joint 7 moves by 0.496 in 20 ms at the end
-  const auto warnings = SpeedWarnings(waypoints, kArm1, vel);
+  limits.vel_max.fill(120);  // joint 7 moves by 0.496 in 20 ms at the end
+  EXPECT_TRUE(SpeedWarnings(waypoints, kArm1, limits, 21).empty());
+  const auto warnings = SpeedWarnings(waypoints, kArm1, limits, 20);
   ASSERT_EQ(warnings.size(), 1U);
   EXPECT_EQ(warnings[0].rfind(file.path() + ":6: joint 7 would have to move at 24.8", 0), 0U);
 }

@@ -29,6 +29,10 @@ StampWatch WatchVek(const unsigned char* sys) {
   return {sys, SHARED_FIELD(SysInfo, vek_cycle_start_ns)};
 }
 
+StampWatch WatchDru(const unsigned char* sys) {
+  return {sys, SHARED_FIELD(SysInfo, dru_cycle_start_ns)};
+}
+
 int GroupState(const AreaView& sys, const GroupRow& group) {
   return shared::load_acquire(sys.get(), group.sys.group_state);
 }

@@ -27,6 +27,7 @@ class StampWatch {
 };
 
 StampWatch WatchVek(const unsigned char* sys);
+StampWatch WatchDru(const unsigned char* sys);
 
 // The group's words.
 int GroupState(const AreaView& sys, const GroupRow& group);

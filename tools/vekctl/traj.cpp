@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -71,7 +72,7 @@ Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::stri
   const GroupLimits limits = ReadGroupLimits(areas.cfg.get(), group);
   CheckJointLimits(waypoints, group, limits);
   const float percent = shared::load(areas.udp.get(), group.udp.vel_percent);
-  for (const auto& line : SpeedWarnings(waypoints, group, ScaleLimits(limits.vel_max, percent))) {
+  for (const auto& line : SpeedWarnings(waypoints, group, limits, percent)) {
     std::fprintf(stderr, "vekctl: warning: %s\n", line.c_str());
   }
   return waypoints;
@@ -79,7 +80,7 @@ Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::stri
 
 // Whether the group comes to rest at the last waypoint.
 bool Arrives(const Areas& areas, const GroupRow& group, const Waypoints& waypoints) {
-  const auto joints = WaypointJoints(group);
+  const auto joints = std::min(WaypointJoints(group), ReadGroupLimits(areas.cfg.get(), group).dof);
   for (const auto start = Clock::now(); Clock::now() - start < kSettle; ShortPause()) {
     double distance = 0;
     for (std::size_t j = 0; j < joints; ++j) {
@@ -98,6 +99,7 @@ bool Arrives(const Areas& areas, const GroupRow& group, const Waypoints& waypoin
 bool Follow(const Areas& areas, const GroupRow& group, int count) {
   Progress progress{std::string(group.key)};
   StampWatch vek = WatchVek(areas.sys.get());
+  StampWatch dru = WatchDru(areas.sys.get());
   bool stopped = false;
   bool interrupted = false;
   for (;; ShortPause()) {
@@ -106,6 +108,7 @@ bool Follow(const Areas& areas, const GroupRow& group, int count) {
     if (state == TRAJ_IDLE) return stopped;
     stopped = stopped || state == TRAJ_STOP;
     if (!vek.Alive()) Fail(group.key, ": Vek is not running any more, the run stands");
+    if (!dru.Alive()) Fail(group.key, ": the servo side is not running any more, the run stands");
     const bool in_position = GroupState(areas.sys, group) == GROUP_STATE_POSITION;
     if (!in_position && !interrupted) {
       progress.Close();

@@ -96,8 +96,8 @@ class GroupCheck {
         matches.begin(), matches.end(),
         [](const WaypointMatch& a, const WaypointMatch& b) { return a.distance < b.distance; });
     const auto& point = waypoints_.points[static_cast<std::size_t>(worst - matches.begin())];
-    Print(true, Text("largest distance of a waypoint ", worst->distance, ' ', unit_, " (",
-                     waypoints_.file, ":", point.line, ") of ", matches.size()));
+    Print(true, Text("largest distance of the ", matches.size(), " waypoints from the path ",
+                     worst->distance, ' ', unit_, " (", waypoints_.file, ':', point.line, ')'));
   }
 
   void CheckEnd() {
