@@ -5,7 +5,7 @@
 namespace {
 
 constexpr std::chrono::milliseconds kPoll{2};
-constexpr std::chrono::seconds kStandsStill{1};
+constexpr std::chrono::seconds kStandsStill{2};
 
 }  // namespace
 

@@ -16,7 +16,7 @@ void ShortPause();
 class StampWatch {
  public:
   StampWatch(const unsigned char* sys, shared::Field<std::uint64_t> stamp);
-  // False once the stamp has stood still for a second; to be asked again and again.
+  // False once the stamp has stood still for two seconds; to be asked again and again.
   bool Alive();
 
  private:
