@@ -4,6 +4,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 #include "platform/host.h"
@@ -36,27 +37,20 @@ TEST(Host, RecordsCommandsBeneathARootAndOnlyTouchActs) {
   std::filesystem::current_path(root.Path("/.."));
   setenv("VEK_ROOT", std::filesystem::path(root.Path("")).filename().c_str(), 1);
   EXPECT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));
-  std::filesystem::current_path("/");
   const std::string outside = root.Path("-outside"), flag = "/home/QUARLE/Tmp/UpdateFlag";
-  std::filesystem::create_directories(root.Path("/home/QUARLE/Tmp"));
-  const std::string commands[] = {
-      "touch " + flag + " && sync",
-      "touch /../" + std::filesystem::path(outside).filename().string(),
-      "sync && echo x > " + outside,
-      "hostname -I > " + outside,
-  };
+  const std::string escape = "/../" + std::filesystem::path(outside).filename().string();
+  root.Write("/home/QUARLE/Tmp/other", "");
   std::string recorded = "touch /missing/file && sync\n";
   EXPECT_EQ(host_system("touch /missing/file && sync"), 1 << 8);
-  for (const std::string& command : commands) {
+  for (const std::string& command : {"touch " + flag + " && sync", "touch " + escape,
+                                     "sync && echo x > " + outside, "hostname -I > " + outside}) {
     EXPECT_EQ(host_system(command.c_str()), 0) << command;
     EXPECT_EQ(Output(command), "");
     recorded += command + "\n" + command + "\n";
   }
   const timeval time{1234567890, 0};
-  timeval now{};
   EXPECT_EQ(host_settimeofday(&time), 0);
-  EXPECT_EQ(host_gettimeofday(&now), 0);
-  EXPECT_GT(now.tv_sec, time.tv_sec);
+  EXPECT_GT(std::time(nullptr), time.tv_sec);
   EXPECT_NE(Output("hostname -I"), "(failed)");
   EXPECT_EQ(root.Read("/var/commands.log"), recorded + "settimeofday 1234567890\n");
   EXPECT_TRUE(std::filesystem::exists(root.Path(flag)));
@@ -72,8 +66,7 @@ TEST(Host, FailsWhenTheListSaysSo) {
   EXPECT_EQ(host_system("mount -o remount r /"), 1 << 8);
   setenv("VEK_FAIL", "popen", 1);
   EXPECT_EQ(Output("hostname -I"), "(failed)");
-  EXPECT_EQ(host_system("mount -o remount r /"), 0);
-  EXPECT_EQ(root.Read("/var/commands.log"), "mount -o remount r /\nmount -o remount r /\n");
+  EXPECT_EQ(root.Read("/var/commands.log"), "mount -o remount r /\n");
   root.Remove("/var");
   root.Write("/var", "a file where the folder should be");
   EXPECT_EQ(host_system("sync"), -1);  // what cannot be recorded has not run
@@ -85,17 +78,14 @@ TEST(Host, ReadsLevelsAnewAndNeverSetsTheHardwareClock) {
   root.Write("/dev/qlm_gpio", std::string("\1\0\0\0\2\1\0\x80\3\0\0", 11));
   const int fd = host_open("/dev/qlm_gpio", O_RDWR);
   int level = 1;
-  EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), 0);
-  EXPECT_EQ(level, INT_MIN + 0x102);
+  EXPECT_TRUE(host_ioctl(fd, kGetLevel, &level) == 0 && level == INT_MIN + 0x102);
   for (const int input : {2, 3, -1, INT_MIN, INT_MAX, 0x40000000}) {
     level = input;
-    EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), -1) << input;
-    EXPECT_EQ(level, input);
+    EXPECT_TRUE(host_ioctl(fd, kGetLevel, &level) == -1 && level == input) << input;
   }
   root.Write("/dev/qlm_gpio", std::string("\7\0\0\0", 4));
   level = 0;
-  EXPECT_EQ(host_ioctl(fd, kGetLevel, &level), 0);
-  EXPECT_EQ(level, 7);
+  EXPECT_TRUE(host_ioctl(fd, kGetLevel, &level) == 0 && level == 7);
   EXPECT_EQ(host_ioctl(fd, kSetHardwareClock, nullptr), 0);
   EXPECT_EQ(host_close(fd), 0);
   EXPECT_EQ(host_ioctl(fd, kSetHardwareClock, nullptr), -1);
