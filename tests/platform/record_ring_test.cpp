@@ -51,10 +51,6 @@ TEST(RecordRing, HoldsThePromisedFramesAndSurvivesHostileArguments) {
     EXPECT_EQ(ring.PeekBuf(bytes.data(), 196, hostile), 0) << hostile;
   }
   EXPECT_EQ(ring.PeekBuf(bytes.data(), -1, 0), 0);
-  bytes = {1, 2, 3};
-  EXPECT_EQ(ring.ReadBuf(bytes.data(), 2), 2);
-  EXPECT_EQ(bytes, (Record{7, 7, 3}));
-  EXPECT_EQ(ring.OnGetStoreNum(), 357);  // the rest of the record is gone too
 }
 
 }  // namespace
