@@ -111,4 +111,31 @@ TEST_F(EndToEnd, ARejectionNamesItsReason) {
   EXPECT_EQ(moving.err, "vekctl: body: POSITION rejected by Vek: the group is moving\n");
 }
 
+TEST_F(EndToEnd, ARunGoesOnAfterAStateChange) {
+  const TempFile waypoints(Ramp(100, 7));
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  ChildProcess drusim("drusim");
+  ASSERT_EQ(Ctl({"state", "arm1", "POSITION"}).status, 0);
+  ChildProcess run("vekctl", {"traj", "arm1", waypoints.path()});
+  ASSERT_TRUE(run.WaitForText("waypoint")) << run.Stderr();
+  ASSERT_EQ(Ctl({"state", "arm1", "IDLE"}).status, 0);
+  ASSERT_TRUE(run.WaitForText("arm1: left POSITION, the run continues when it is back"));
+  EXPECT_TRUE(run.Running());
+  ASSERT_EQ(Ctl({"state", "arm1", "POSITION"}).status, 0);
+  EXPECT_EQ(run.Wait(60), 0) << run.Stderr();
+  EXPECT_NE(run.Stdout().find("arm1: finished, 100 waypoints\n"), std::string::npos);
+}
+
+TEST_F(EndToEnd, DrusimTellsWhatItCouldNotDo) {
+  const TempFile script("1 state arm0 POSITION\n5 stop arm1\n60 quit\n");
+  const Outcome stop = RunProgram("drusim", {"--script", script.path()});
+  EXPECT_EQ(stop.status, 1);
+  EXPECT_EQ(stop.err, "drusim: " + script.path() + ":2: arm1 has no run to stop\n");
+  EXPECT_EQ(stop.out.rfind("cycles 61\n", 0), 0U) << stop.out;
+  const Outcome full = RunProgram("drusim", {"--cycles", "9", "--record", "/dev/full"});
+  EXPECT_EQ(full.status, 1);
+  EXPECT_EQ(full.err, "drusim: /dev/full: the recording could not be written\n");
+}
+
 }  // namespace
