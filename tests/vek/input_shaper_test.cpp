@@ -19,20 +19,14 @@ class Shaper : public testing::Test {
     shared::store(rig_.cfg, SHARED_FIELD(CfgConfig, body.ISThreshold), threshold);
     shared::store(rig_.cfg, SHARED_FIELD(CfgConfig, body.ISDamp), damp);
   }
-  void Enter() {
-    rig_.SetState(Body(), GROUP_STATE_IDLE);
-    rig_.Cycle();
-    rig_.TakeFrames(Body());
-    rig_.SetState(Body(), GROUP_STATE_POSITION);
-  }
+  void Enter() { rig_.Enter(Body()); }
   // Positions of axis 6 in the next `count` frames of a run that starts now.
   std::vector<double> Run(std::size_t count) {
     rig_.LoadWaypoints(Body(), 60);
     rig_.SetTrajState(Body(), TRAJ_START);
     std::vector<double> positions;
-    while (positions.size() < count) {
-      rig_.Cycle();
-      for (const Frame& frame : rig_.TakeFrames(Body())) positions.push_back(frame.pos[5]);
+    for (const Frame& frame : rig_.Play(Body(), static_cast<int>(count) / 3 + 2)) {
+      positions.push_back(frame.pos[5]);
     }
     positions.resize(count);
     return positions;

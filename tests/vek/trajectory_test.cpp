@@ -8,15 +8,12 @@
 
 namespace {
 
-class Trajectory : public testing::TestWithParam<std::size_t> {
+class Trajectory : public GroupCase {
  protected:
   void SetUp() override {
-    ASSERT_TRUE(rig_.Init());
+    GroupCase::SetUp();
     rig_.LoadWaypoints(Group(), 5000);
   }
-  const GroupRow& Group() const { return kGroups[GetParam()]; }
-  std::string Name() const { return Group().name; }
-
   void SetPointCount(std::int32_t count) {
     shared::store(rig_.trajbuf, Group().traj.point_count, count);
   }
@@ -24,13 +21,10 @@ class Trajectory : public testing::TestWithParam<std::size_t> {
     shared::store(rig_.trajbuf, Group().traj.next_point, next);
   }
   void Step() {
-    if (Group().is_arm) {
-      rig_.vek.ComputeArmTraj(static_cast<int>(GetParam()), target_.data());
-    } else if (Group().key == "body") {
-      rig_.vek.ComputeBodyTraj(target_.data());
-    } else {
-      rig_.vek.ComputeLiftTraj(target_.data());
-    }
+    const auto g = static_cast<int>(GetParam());
+    if (g < 2) rig_.vek.ComputeArmTraj(g, target_.data());
+    if (g == 3) rig_.vek.ComputeBodyTraj(target_.data());
+    if (g == 4) rig_.vek.ComputeLiftTraj(target_.data());
   }
   // Steps until the run has ended; the number of steps, at most `most`.
   int StepToEnd(int most) {
@@ -42,11 +36,10 @@ class Trajectory : public testing::TestWithParam<std::size_t> {
     return steps;
   }
 
-  VekRig rig_;
   std::array<double, AREA_AXES> target_{};
 };
 
-INSTANTIATE_TEST_SUITE_P(GroupsWithRuns, Trajectory, testing::Values(0, 1, 3, 4));
+INSTANTIATE_TEST_SUITE_P(GroupsWithRuns, Trajectory, kGroupsWithRuns);
 
 }  // namespace
 
@@ -60,7 +53,7 @@ TEST_P(Trajectory, PlaysTwentySamplesAnIntervalAndElevenMore) {
     rig_.SetTrajState(Group(), TRAJ_START);
     EXPECT_EQ(StepToEnd(200000), 20 * (played - 1) + 11) << announced;
     const auto last = static_cast<std::size_t>(played - 1);
-    for (std::size_t j = 0; j < Group().udp.joint_cmd_axes; ++j) {
+    for (std::size_t j = 0; j < AxesInUse(); ++j) {
       EXPECT_NEAR(target_[j], rig_.Waypoint(Group(), last, j), 1e-9);
     }
     EXPECT_EQ(target_[7], 0) << "an axis beyond Dof";
@@ -68,8 +61,7 @@ TEST_P(Trajectory, PlaysTwentySamplesAnIntervalAndElevenMore) {
   }
   const auto lines = LogLines("INFO  " + Name() + ": Run traj plan finish at {");
   ASSERT_EQ(lines.size(), std::size(kRuns));
-  EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), ','),
-            static_cast<int>(Group().udp.joint_cmd_axes) - 1);
+  EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), ','), static_cast<int>(AxesInUse()) - 1);
 }
 
 TEST_P(Trajectory, StepsThroughTheStatesInTheirOrder) {
@@ -150,15 +142,4 @@ TEST_P(Trajectory, ANextPointOutsideTheBlockEndsTheRun) {
     SetNextPoint(wild);
     EXPECT_EQ(StepToEnd(1000), 51) << wild;
   }
-}
-
-TEST_P(Trajectory, OnlyItsOwnGroupMoves) {
-  SetPointCount(10);
-  rig_.SetTrajState(Group(), TRAJ_START);
-  std::array<double, AREA_AXES> other{};
-  for (const int arm : {-1, 0, 1, 2}) {
-    if (arm != static_cast<int>(GetParam())) rig_.vek.ComputeArmTraj(arm, other.data());
-  }
-  EXPECT_EQ(rig_.TrajState(Group()), TRAJ_START);
-  EXPECT_EQ(StepToEnd(1000), 191);
 }

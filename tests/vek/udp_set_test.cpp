@@ -11,15 +11,8 @@ namespace {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kFar = 1000;
 
-class UdpSet : public testing::TestWithParam<std::size_t> {
+class UdpSet : public GroupCase {
  protected:
-  void SetUp() override { ASSERT_TRUE(rig_.Init()); }
-  const GroupRow& Group() const { return kGroups[GetParam()]; }
-  std::size_t AxesInUse() const { return Group().udp.joint_cmd_axes; }
-  double Limit(shared::Field<double> word, std::size_t j) const {
-    return LoadJoint(rig_.cfg, Group(), word, j);
-  }
-
   // Commands all joints; the group then streams until it rests at what it took over.
   void Command(float q) {
     for (std::size_t j = 0; j < AxesInUse(); ++j) {
@@ -29,34 +22,24 @@ class UdpSet : public testing::TestWithParam<std::size_t> {
     shared::store_release(rig_.udp, Group().udp.joint_cmd_new, 1);
   }
   bool Pending() const { return shared::load(rig_.udp, Group().udp.joint_cmd_new) != 0; }
+  // Streams until the group rests; the last frame.
   Frame Rest() {
     rig_.SetState(Group(), GROUP_STATE_POSITION);
-    Frame last;
-    for (int k = 0; k < 6000; ++k) {
-      rig_.Cycle();
-      const std::vector<Frame> frames = rig_.TakeFrames(Group());
-      if (!frames.empty()) last = frames.back();
-    }
-    return last;
+    return rig_.Play(Group(), 6000).back();
   }
-  // The largest speed and acceleration of axis `j` on the way to `q`, after `percent` was set.
+  // The largest speed of each axis on the way to `q`.
   Axes FastestTo(float q) {
     Command(q);
     Axes fastest{};
-    for (int k = 0; k < 300; ++k) {
-      rig_.Cycle();
-      for (const Frame& frame : rig_.TakeFrames(Group())) {
-        for (std::size_t j = 0; j < AxesInUse(); ++j) {
-          fastest[j] = std::max(fastest[j], std::abs(frame.vel[j]));
-        }
+    for (const Frame& frame : rig_.Play(Group(), 300)) {
+      for (std::size_t j = 0; j < AxesInUse(); ++j) {
+        fastest[j] = std::max(fastest[j], std::abs(frame.vel[j]));
       }
     }
     return fastest;
   }
-
-  VekRig rig_;
 };
-INSTANTIATE_TEST_SUITE_P(AllGroups, UdpSet, testing::Values(0, 1, 2, 3, 4));
+INSTANTIATE_TEST_SUITE_P(AllGroups, UdpSet, kAllGroups);
 
 using ArmSet = UdpSet;
 INSTANTIATE_TEST_SUITE_P(BothArms, ArmSet, testing::Values(0, 1));

@@ -6,11 +6,11 @@
 namespace {
 
 enum Outcome {
-  Ignored,  // nothing changes
-  Keep,     // accepted, soft_limit_disable kept
-  Clear,    // accepted, soft_limit_disable cleared
-  Brake,    // withdrawn: a brake is held unlocked
-  Moving,   // withdrawn: the group moves
+  Ignored,
+  Keep,    // accepted, soft_limit_disable kept
+  Clear,   // accepted, soft_limit_disable cleared
+  Brake,   // withdrawn: a brake is held unlocked
+  Moving,  // withdrawn: the group moves
 };
 
 // Brake unlocked and standstill as the servo task reports them; outcomes of arms and body, head,
@@ -145,10 +145,4 @@ TEST(UdpState, NamesTheStatesThatEachGroupKnows) {
     EXPECT_STREQ(Vek::GetLiftStateStr(state), "Unknown State");
   }
   EXPECT_STREQ(Vek::GetLiftStateStr(100), "ERROR");
-}
-
-TEST(UdpState, WithoutAreasNothingHappens) {
-  Vek vek;
-  vek.OnProcessRtUdpState();
-  EXPECT_FALSE(vek.IsBrakeUnlockArm0());
 }

@@ -85,3 +85,19 @@ std::vector<Frame> VekRig::TakeFrames(const GroupRow& group) {
   while (reader.OnRead(&packed, sizeof packed)) frames.push_back(UnpackFrame(packed));
   return frames;
 }
+
+std::vector<Frame> VekRig::Play(const GroupRow& group, int cycles) {
+  std::vector<Frame> all;
+  for (int k = 0; k < cycles; ++k) {
+    Cycle();
+    for (const Frame& frame : TakeFrames(group)) all.push_back(frame);
+  }
+  return all;
+}
+
+void VekRig::Enter(const GroupRow& group) {
+  SetState(group, GROUP_STATE_IDLE);
+  Cycle();
+  TakeFrames(group);
+  SetState(group, GROUP_STATE_POSITION);
+}

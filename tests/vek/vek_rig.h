@@ -2,6 +2,8 @@
 // and the test in the place of the front end, the servo task and the real-time task.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -29,6 +31,10 @@ class VekRig {
   void Cycle();
   // All frames that wait in the group's ring.
   std::vector<Frame> TakeFrames(const GroupRow& group);
+  // Cycles with a servo task that takes whatever is there; all frames.
+  std::vector<Frame> Play(const GroupRow& group, int cycles);
+  // Leaves POSITION, empties the ring as a servo task does, and asks the group back into POSITION.
+  void Enter(const GroupRow& group);
 
   TempRoot root;
   KShm sys_map, cfg_map, mac_map, udp_map, vek2dru_map;
@@ -41,3 +47,21 @@ class VekRig {
   void* trajbuf;
   Vek vek;
 };
+
+// A case for one group of an initialised rig; the parameter is the group's index.
+class GroupCase : public testing::TestWithParam<std::size_t> {
+ protected:
+  void SetUp() override { ASSERT_TRUE(rig_.Init()); }
+  const GroupRow& Group() const { return kGroups[GetParam()]; }
+  std::string Name() const { return Group().name; }
+  // Axes in use in the sample configuration, and the last of them.
+  std::size_t AxesInUse() const { return Group().udp.joint_cmd_axes; }
+  std::size_t LastAxis() const { return AxesInUse() - 1; }
+  double Limit(shared::Field<double> word, std::size_t j) const {
+    return LoadJoint(rig_.cfg, Group(), word, j);
+  }
+
+  VekRig rig_;
+};
+inline const auto kAllGroups = testing::Values(0, 1, 2, 3, 4);
+inline const auto kGroupsWithRuns = testing::Values(0, 1, 3, 4);
