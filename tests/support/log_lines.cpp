@@ -1,10 +1,9 @@
 #include "tests/support/log_lines.h"
 
-#include <unistd.h>
+#include <sys/mman.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 
 #include "platform/debug_log.h"
@@ -12,61 +11,42 @@
 
 namespace {
 
-// The log of the test process, in a file that goes with it.
-class TestLog {
- public:
-  TestLog() : path_(std::filesystem::temp_directory_path() / "vek_log_XXXXXX") {
-    const int fd = mkstemp(path_.data());
-    if (fd >= 0) close(fd);
-    setenv("VEK_LOG", path_.c_str(), 1);
-    // The log never looks into the areas; it only refuses to start without them.
-    static long storage;
-    if (fd < 0 || !server_.OnInit(reinterpret_cast<SysInfo*>(&storage)) ||
-        !g_log_clt.OnInit(LOG_MODULE_VEK, reinterpret_cast<SysInfo*>(&storage),
-                          reinterpret_cast<CfgConfig*>(&storage))) {
-      std::perror("StartTestLog");
-      std::abort();
-    }
-  }
-  // A forked child leaves the file to its parent.
-  ~TestLog() {
-    if (owner_ == getpid()) std::remove(path_.c_str());
-  }
-  TestLog(const TestLog&) = delete;
-  TestLog& operator=(const TestLog&) = delete;
+// A file in memory, which goes with the process.
+const std::string& LogPath() {
+  static const std::string path = "/proc/self/fd/" + std::to_string(memfd_create("log", 0));
+  return path;
+}
 
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-  const pid_t owner_ = getpid();
-  DebugLogSrv server_;
-};
-
-TestLog& test_log() {
-  static TestLog log;
-  return log;
+bool Start() {
+  // The log never looks into the areas; it only refuses to start without them.
+  static long storage;
+  static DebugLogSrv server;
+  auto* const sys = reinterpret_cast<SysInfo*>(&storage);
+  return setenv("VEK_LOG", LogPath().c_str(), 1) == 0 && server.OnInit(sys) &&
+         g_log_clt.OnInit(LOG_MODULE_VEK, sys, reinterpret_cast<CfgConfig*>(&storage));
 }
 
 }  // namespace
 
 void StartTestLog() {
-  test_log();
+  static const bool started = Start();
+  if (started) return;
+  std::perror("StartTestLog");
+  std::abort();
 }
 
-std::vector<std::string> LogLines() {
+std::vector<std::string> LogLines(const std::string& text) {
   constexpr std::size_t kStamp = sizeof "2026-11-21 12:00:00.123456 " - 1;
   logging::flush();
   std::vector<std::string> lines;
-  std::ifstream file(test_log().path());
+  std::ifstream file(LogPath());
   for (std::string line; std::getline(file, line);) {
-    lines.push_back(line.size() > kStamp ? line.substr(kStamp) : line);
+    line.erase(0, line.size() > kStamp ? kStamp : 0);
+    if (line.find(text) != line.npos) lines.push_back(line);
   }
   return lines;
 }
 
-std::vector<std::string> LogLines(const std::string& text) {
-  std::vector<std::string> lines = LogLines();
-  std::erase_if(lines, [&](const std::string& line) { return line.find(text) == line.npos; });
-  return lines;
+std::vector<std::string> LogLines() {
+  return LogLines("");
 }
