@@ -7,7 +7,7 @@
 #include "platform/shared_memory.h"
 
 // Creates the folder and sets VEK_ROOT to it; to be made before anything else of the platform is
-// used. Removes it at the end. A failure ends the test process with a message.
+// used. Removes it at the end. A failure throws.
 class TempRoot {
  public:
   TempRoot();
