@@ -10,7 +10,6 @@ namespace {
 
 constexpr char kTagsFolder[] = "/home/QUARLE/Tags";
 constexpr char kTrajBufFile[] = "TrajBuf.shm";
-constexpr long kPrivateRingSize = 71680;
 
 bool MapArea(KShm& shm, const char* path, long size, void*& base) {
   KShmOnInit(&shm);
@@ -40,7 +39,7 @@ bool Vek::OnInit(SysInfo* sys, CfgConfig* cfg) {
   sys_ = sys;
   cfg_ = cfg;
   if (!MapAreas() || !AttachRings()) return false;
-  if (!ei_acb_.OnInitSize(kPrivateRingSize)) {
+  if (!ei_acb_.OnInitSize(InputShaper::kRingBytes)) {
     g_log_clt.ERROR_LOG("Failed to init ei acb");
     return false;
   }

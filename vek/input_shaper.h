@@ -12,6 +12,9 @@
 // position that is blended then.
 class InputShaper {
  public:
+  // Size of the ring: 358 frames, so delays of up to as many.
+  static constexpr long kRingBytes = 71680;
+
   // Takes delay and weights from the body's ISFrequency, ISThreshold and ISDamp and empties the
   // ring of unshaped frames; nothing when the frequency is 0.
   void OnArm(const CfgConfig* cfg, CACB& ring);
