@@ -134,3 +134,13 @@ const GroupRecording& RecordingOf(const std::vector<GroupRecording>& recordings,
   }
   FailUsage(file, ": holds no frames of ", group.key);
 }
+
+double PeriodOf(const GroupRecording& recording) {
+  double period_s = 0;
+  for (std::size_t k = 1; k < recording.time_s.size(); ++k) {
+    const double step = recording.time_s[k] - recording.time_s[k - 1];
+    if (step > 0 && (period_s == 0 || step < period_s)) period_s = step;
+  }
+  if (period_s == 0) Fail(recording.group->key, ": too few frames");
+  return period_s;
+}

@@ -27,3 +27,6 @@ std::vector<GroupRecording> ReadFrames(const std::string& file);
 // The recording of a group; a Failure (status 2) when there is none or it holds no frame.
 const GroupRecording& RecordingOf(const std::vector<GroupRecording>& recordings,
                                   const GroupRow& group, const std::string& file);
+
+// The cycle: the shortest time between two frames, s; a Failure (status 1) when there are too few.
+double PeriodOf(const GroupRecording& recording);

@@ -37,6 +37,13 @@ GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group) {
   return limits;
 }
 
+GroupLimits ReadLoadedLimits(const void* cfg, const GroupRow& group) {
+  if (shared::load_acquire(cfg, SHARED_FIELD(CfgConfig, load_complete)) != 1) {
+    Fail("Vek has no complete robot.ini, so the joint limits are unknown");
+  }
+  return ReadGroupLimits(cfg, group);
+}
+
 Axes ScaleLimits(const Axes& limit, float percent) {
   Axes scaled{};
   for (std::size_t j = 0; j < AREA_AXES; ++j) {

@@ -19,6 +19,9 @@ struct GroupLimits {
 // Out of a CfgConfig area or image.
 GroupLimits ReadGroupLimits(const void* cfg, const GroupRow& group);
 
+// The same of a running Vek; a Failure (status 1) when it has no complete configuration.
+GroupLimits ReadLoadedLimits(const void* cfg, const GroupRow& group);
+
 // `limit` scaled by a percent word, as Vek scales it on entry into POSITION.
 Axes ScaleLimits(const Axes& limit, float percent);
 

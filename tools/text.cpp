@@ -58,6 +58,11 @@ std::optional<long long> ParseInteger(std::string_view text) {
   return ParseNumber<long long>(text);
 }
 
+bool OnOff(std::string_view text) {
+  if (text != "on" && text != "off") FailUsage("'", text, "' is neither on nor off");
+  return text == "on";
+}
+
 void AppendDouble(std::string& text, double value) {
   char digits[32];
   text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);

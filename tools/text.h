@@ -27,6 +27,9 @@ std::vector<std::string_view> Words(std::string_view text);
 std::optional<double> ParseDouble(std::string_view text);
 std::optional<long long> ParseInteger(std::string_view text);
 
+// True for "on", false for "off"; a Failure (status 2) otherwise.
+bool OnOff(std::string_view text);
+
 // Appends the shortest text that reads back as the same double.
 void AppendDouble(std::string& text, double value);
 

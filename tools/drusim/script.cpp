@@ -25,11 +25,6 @@ long long IntegerIn(std::string_view text, const char* what, long long low, long
   return *value;
 }
 
-bool OnOff(std::string_view text) {
-  if (text != "on" && text != "off") FailUsage("'", text, "' is neither on nor off");
-  return text == "on";
-}
-
 template <class Word>
 std::vector<unsigned char> WordBytes(std::string_view text) {
   Word word{};

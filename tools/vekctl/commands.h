@@ -43,6 +43,40 @@ struct StopOptions {
 // Asks a run to stop and waits until it has.
 int RunStop(const StopOptions& options);
 
+struct MoveOptions {
+  RootOption root;
+  std::string group;
+  std::vector<std::string> positions;  // ju, one a joint
+  bool no_wait = false;
+  double timeout_s = 30;
+};
+// Commands joint positions and waits until the group stands there.
+int RunMove(const MoveOptions& options);
+
+struct SpeedOptions {
+  RootOption root;
+  std::string group;
+  std::string percent;
+  std::string acc;  // empty: stays
+};
+// Sets speed and acceleration percents and waits until Vek has taken them over.
+int RunSpeed(const SpeedOptions& options);
+
+struct BrakeFreeOptions {
+  RootOption root;
+  std::string group;
+  std::string on_off;
+};
+// Simulates a brake that is held unlocked.
+int RunBrakeFree(const BrakeFreeOptions& options);
+
+struct WhyOptions {
+  RootOption root;
+  std::string group;
+};
+// Names the first reason why a group does not move; status 1 when there is one. Changes nothing.
+int RunWhy(const WhyOptions& options);
+
 struct PlotOptions {
   std::string frames;
   std::string output;
@@ -52,11 +86,29 @@ struct PlotOptions {
 // Draws position, velocity and acceleration of recorded frames.
 int RunPlot(const PlotOptions& options);
 
+struct VibrationOptions {
+  std::string frames;
+  std::string group = "body";
+  int axis = 1;
+  double frequency_hz = 0;
+  double damping = 0;
+  double from_s = 0;
+  double to_s = 1e9;
+  std::string against;  // a second recording; empty: none
+  double below = 0;     // the ratio to the second has to lie below it; 0: anywhere
+  double least = 0;     // ju: the second has to vibrate at least that much
+  std::string plot;     // picture to write; empty: none
+};
+// Feeds a recorded axis to a simulated flexible tip and prints what still vibrates after the
+// motion.
+int RunVibration(const VibrationOptions& options);
+
 struct VerifyOptions {
   RootOption root;
   std::string frames;
   std::vector<std::string> trajectories;  // GROUP=FILE
+  std::vector<std::string> moves;         // GROUP=q1,q2,…
   std::string log;
 };
-// Checks that recorded frames are exactly those that Vek produces for these trajectories.
+// Checks that recorded frames are exactly those that Vek produces for these runs and commands.
 int RunVerify(const VerifyOptions& options);

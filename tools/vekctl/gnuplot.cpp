@@ -41,6 +41,20 @@ std::string Quoted(const std::string& text) {
   return quoted + "'";
 }
 
+void CheckPictureName(const std::string& output) {
+  if (!output.ends_with(".png") && !output.ends_with(".svg")) {
+    FailUsage(output, ": a picture ends in .png or .svg");
+  }
+}
+
+std::string PictureHead(const std::string& output, std::size_t width, std::size_t height) {
+  const bool png = output.ends_with(".png");
+  return Text("set encoding utf8\nset terminal ", png ? "pngcairo" : "svg", " size ", width, ',',
+              height, " font 'DejaVu Sans,13' background rgb 'white'\nset output ", Quoted(output),
+              "\nset grid lc rgb '#dddddd' lt 1\nset border 3 lc rgb '#666666'\n"
+              "set tics nomirror\nset autoscale xfix\nset offsets 0,0,graph 0.05,graph 0.05\n");
+}
+
 void RunGnuplot(const std::string& script_file) {
   std::string program = "gnuplot";
   std::string script = script_file;

@@ -13,11 +13,7 @@ namespace {
 constexpr std::size_t kMostPoints = 4000;  // of a curve: more cannot be seen
 constexpr std::size_t kMostDots = 60;      // of a curve: more would hide it
 constexpr std::size_t kColumnWidth = 900;  // pixels
-constexpr int kHeight = 1200;
-
-// Distinguishable for colour-blind readers, too.
-constexpr const char* kColours[AREA_AXES] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7",
-                                             "#e69f00", "#56b4e9", "#444444", "#8b5a2b"};
+constexpr std::size_t kHeight = 1200;
 
 struct Row {
   const char* title;
@@ -36,17 +32,6 @@ struct Column {
   std::string waypoints_file;     // empty: none
   std::size_t waypoint_step = 1;  // so many apart the dots are drawn
 };
-
-// The cycle: the shortest time between two frames.
-double PeriodOf(const GroupRecording& recording) {
-  double period_s = 0;
-  for (std::size_t k = 1; k < recording.time_s.size(); ++k) {
-    const double step = recording.time_s[k] - recording.time_s[k - 1];
-    if (step > 0 && (period_s == 0 || step < period_s)) period_s = step;
-  }
-  if (period_s == 0) Fail(recording.group->key, ": too few frames to draw");
-  return period_s;
-}
 
 // Joints of a waypoint, and whatever else moves.
 std::size_t JointsOf(const GroupRecording& recording) {
@@ -99,22 +84,15 @@ std::string PlotCommand(const Column& column, const Row& row) {
   std::string text = "plot ";
   for (std::size_t j = 0; j < column.joints; ++j) {
     text += Text(j > 0 ? ", " : "", Quoted(column.frames_file), " using 1:", row.column + j,
-                 " with lines lw 1.8 lc rgb '", kColours[j], "' title 'j", j + 1, "'");
+                 " with lines lw 1.8 lc rgb '", kCurveColours[j], "' title 'j", j + 1, "'");
   }
   if (row.column != kRows[0].column || column.waypoints_file.empty()) return text + '\n';
   const std::size_t step = column.waypoint_step;
   for (std::size_t j = 0; j < std::min(column.joints, WaypointJoints(*column.group)); ++j) {
     text += Text(", ", Quoted(column.waypoints_file), " every ", step, " using 1:", j + 2,
-                 " with points pt 7 ps 0.7 lc rgb '", kColours[j], "' notitle");
+                 " with points pt 7 ps 0.7 lc rgb '", kCurveColours[j], "' notitle");
   }
   return text + '\n';
-}
-
-std::string TerminalLine(const std::string& output, std::size_t columns) {
-  const bool png = output.ends_with(".png");
-  return Text("set terminal ", png ? "pngcairo" : "svg", " size ", kColumnWidth * columns, ',',
-              kHeight, " font 'DejaVu Sans,13' background rgb 'white'\nset output ", Quoted(output),
-              '\n');
 }
 
 // The column's name at the left and its legend at the right, above its first panel.
@@ -131,15 +109,12 @@ std::string HeadLines(const Column& column) {
 
 std::string Script(const std::vector<Column>& columns, const std::string& output) {
   const double width = 1 / static_cast<double>(columns.size());
-  std::string text = "set encoding utf8\n" + TerminalLine(output, columns.size());
+  std::string text = PictureHead(output, kColumnWidth * columns.size(), kHeight);
   text += Text("set multiplot layout 3,", columns.size(),
                " columnsfirst title 'Frames consumed by the servo task' font ',18' "
                "margins screen ",
                0.095 * width, ',', 1 - 0.02 * width, ",0.06,0.89 spacing screen ", 0.115 * width,
                ",0.05\n");
-  text +=
-      "set grid lc rgb '#dddddd' lt 1\nset border 3 lc rgb '#666666'\nset tics nomirror\n"
-      "set autoscale xfix\nset offsets 0,0,graph 0.05,graph 0.05\n";
   for (const Column& column : columns) {
     for (const Row& row : kRows) {
       const bool first = &row == &kRows[0];
@@ -182,9 +157,7 @@ std::vector<const GroupRecording*> Chosen(const std::vector<GroupRecording>& rec
 }  // namespace
 
 int RunPlot(const PlotOptions& options) {
-  if (!options.output.ends_with(".png") && !options.output.ends_with(".svg")) {
-    FailUsage(options.output, ": a picture ends in .png or .svg");
-  }
+  CheckPictureName(options.output);
   const auto waypoints = ReadWaypointFiles(options.waypoints);
   const auto recordings = ReadFrames(options.frames);
   const PlotFolder folder;

@@ -12,17 +12,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kSample{200};
 
-// Bytes in the group's ring, in frames; -1 when its positions are out of range. Only looks.
-int RingFrames(const AreaView& vek2dru, const GroupRow& group) {
-  const unsigned char* ring = vek2dru.get() + group.ring;
-  constexpr std::uint32_t kSpan = 2 * AREA_RING_CAPACITY;
-  const std::uint32_t write = shared::load_acquire(ring, SHARED_FIELD(FrameRing, write_pos));
-  const std::uint32_t read = shared::load_acquire(ring, SHARED_FIELD(FrameRing, read_pos));
-  if (write >= kSpan || read >= kSpan) return -1;
-  const std::uint32_t stored = (write + kSpan - read) % kSpan;
-  return stored > AREA_RING_CAPACITY ? -1 : static_cast<int>(stored / AREA_FRAME_SIZE);
-}
-
 struct Areas {
   AreaView sys{kSysInfoArea}, cfg{kCfgConfigArea}, mac{kMacArea}, udp{kUdpArea},
       vek2dru{kVek2DruArea};

@@ -73,7 +73,7 @@ std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& 
 }
 
 StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
-    : dof_(setup.limits.dof), target_(start) {
+    : dof_(setup.limits.dof), target_(start), shaper_cfg_(setup.shaper) {
   Axes vel{};
   Axes acc{};
   Axes third{};
@@ -96,6 +96,9 @@ StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
   ZQNSyncDTS_OnSetRunTimeLmt(&generator_, vel.data(), acc.data());
   ZQNSyncDTS_OnDT(&generator_, target_.data(), frame_.pos.data());
   ZQAVGF_OnFilt(&filter_, frame_.pos.data(), frame_.pos.data(), frame_.vel.data());
+  if (shaper_cfg_ == nullptr) return;
+  if (!unshaped_.OnInitSize(InputShaper::kRingBytes)) Fail("no memory for the shaper's frames");
+  shaper_.OnArm(shaper_cfg_, unshaped_);
 }
 
 void StreamModel::OnStep(const Axes& target) {
@@ -105,6 +108,7 @@ void StreamModel::OnStep(const Axes& target) {
   ZQNSyncDTS_OnDT2(&generator_, target_.data(), pos.data(), vel.data(), frame_.dt_out.data());
   ZQAVGF_OnFilt(&filter_, pos.data(), frame_.pos.data(), frame_.vel.data());
   frame_.stream_flag = 1;
+  if (shaper_cfg_ != nullptr) shaper_.OnShape(shaper_cfg_, unshaped_, "model", frame_);
 }
 
 StreamComparison CompareStream(const std::vector<Frame>& frames, const StreamSetup& setup,

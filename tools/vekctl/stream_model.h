@@ -6,9 +6,11 @@
 #include <vector>
 
 #include "platform/motion_maths.h"
+#include "platform/shared_memory.h"
 #include "tools/group_limits.h"
 #include "tools/waypoints.h"
 #include "vek/frame.h"
+#include "vek/input_shaper.h"
 
 struct StreamSetup {
   GroupLimits limits;    // of the configuration
@@ -16,6 +18,8 @@ struct StreamSetup {
   double period_ms = 1;  // 1000 / BusFreq
   float vel_percent = 0;
   float acc_percent = 0;
+  // The configuration, as long as the model lives, when the group's frames are shaped.
+  const CfgConfig* shaper = nullptr;
 };
 
 // Targets of a run, one a frame.
@@ -40,6 +44,9 @@ class StreamModel {
   std::size_t dof_;
   Axes target_;
   Frame frame_;
+  const CfgConfig* shaper_cfg_;
+  CACB unshaped_;
+  InputShaper shaper_;
 };
 
 struct StreamComparison {

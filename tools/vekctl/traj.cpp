@@ -1,7 +1,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 
 #include "tools/group_argument.h"
@@ -11,7 +10,6 @@
 
 namespace {
 
-constexpr double kArrived = 1e-3;  // ju: a servo drive rests that close to its target
 constexpr std::chrono::seconds kSettle{2};
 constexpr std::chrono::seconds kStopWait{5};
 
@@ -66,10 +64,7 @@ void CheckReady(const Areas& areas, const GroupRow& group) {
 
 Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::string& file) {
   Waypoints waypoints = ReadWaypoints(file, group);
-  if (shared::load(areas.cfg.get(), SHARED_FIELD(CfgConfig, load_complete)) != 1) {
-    Fail("Vek has no complete robot.ini, so the joint limits are unknown");
-  }
-  const GroupLimits limits = ReadGroupLimits(areas.cfg.get(), group);
+  const GroupLimits limits = ReadLoadedLimits(areas.cfg.get(), group);
   CheckJointLimits(waypoints, group, limits);
   const float percent = shared::load(areas.udp.get(), group.udp.vel_percent);
   for (const auto& line : SpeedWarnings(waypoints, group, limits, percent)) {
@@ -81,14 +76,12 @@ Waypoints LoadChecked(const Areas& areas, const GroupRow& group, const std::stri
 // Whether the group comes to rest at the last waypoint.
 bool Arrives(const Areas& areas, const GroupRow& group, const Waypoints& waypoints) {
   const auto joints = std::min(WaypointJoints(group), ReadGroupLimits(areas.cfg.get(), group).dof);
+  const auto& last = waypoints.points.back().joint;
+  Axes target{};
+  std::copy(last.begin(), last.end(), target.begin());
   for (const auto start = Clock::now(); Clock::now() - start < kSettle; ShortPause()) {
-    double distance = 0;
-    for (std::size_t j = 0; j < joints; ++j) {
-      const double target = waypoints.points.back().joint[j];
-      const double actual = shared::load(areas.sys.get(), group.sys.joint_pos, j);
-      distance = std::fmax(distance, std::fabs(actual - target));
-    }
-    if (distance <= kArrived && shared::load(areas.sys.get(), group.sys.standstill) != 0) {
+    if (DistanceFrom(areas.sys, group, target, joints) <= kArrived &&
+        StandsStill(areas.sys, group)) {
       return true;
     }
   }

@@ -1,11 +1,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include "platform/host.h"
 #include "tools/area_view.h"
 #include "tools/failure.h"
 #include "tools/group_argument.h"
+#include "tools/joint_command.h"
 #include "tools/vekctl/commands.h"
 #include "tools/vekctl/path_match.h"
 #include "tools/vekctl/stream_model.h"
@@ -16,22 +18,41 @@ constexpr const char* kRobotIni = "/home/QUARLE/Config/cfg/robot.ini";
 constexpr double kEndTolerance = 1e-6;    // ju
 constexpr double kLimitTolerance = 1e-6;  // of the limit: rounding of the differences
 
+// What a group is said to have done: a run, or, without waypoints, a joint command.
+struct Deed {
+  const GroupRow* group;
+  std::optional<Waypoints> waypoints;
+  JointCommand command;
+};
+
+Deed RunDeed(const std::string& text) {
+  const auto [group, file] = SplitGroupValue("--traj", text);
+  TrajectoryGroupByKey(group->key);
+  return {.group = group, .waypoints = ReadWaypoints(std::string(file), *group), .command = {}};
+}
+
+Deed MoveDeed(const std::string& text) {
+  const auto [group, positions] = SplitGroupValue("--move", text);
+  return {
+      .group = group, .waypoints = {}, .command = ParseJointCommand(*group, Split(positions, ','))};
+}
+
 // One group's part of the check. Prints a line for each figure; what does not hold is marked.
 class GroupCheck {
  public:
-  GroupCheck(const GroupRecording& recording, const Waypoints& waypoints, const StreamSetup& setup)
+  GroupCheck(const GroupRecording& recording, const Deed& deed, const StreamSetup& setup)
       : recording_(recording),
-        waypoints_(waypoints),
+        deed_(deed),
         setup_(setup),
         group_(*recording.group),
         frames_(recording.frames),
         unit_(JointUnit(group_)) {}
 
-  bool Run() {
+  bool Check() {
     Print(true, Text("frames ", frames_.size()));
     CheckFlags();
     CheckLimits();
-    ReportWaypoints();
+    if (deed_.waypoints) ReportWaypoints(*deed_.waypoints);
     CheckEnd();
     CheckStream();
     return good_;
@@ -78,7 +99,8 @@ class GroupCheck {
         // Written so that what is no number counts as beyond every limit.
         if (!(std::fabs(value[j]) <= largest)) largest = std::fabs(value[j]);
       }
-      const double share = largest > 0 || std::isnan(largest) ? largest / limits[j] : 0;
+      if (std::isnan(largest)) largest = INFINITY;
+      const double share = largest > 0 ? largest / limits[j] : 0;
       if (share <= worst_share) continue;
       worst = j;
       worst_value = largest;
@@ -90,39 +112,50 @@ class GroupCheck {
   }
 
   // A figure only: how far the limits let the path fall short is no fault of the stream.
-  void ReportWaypoints() {
-    const auto matches = MatchWaypoints(recording_, waypoints_);
+  void ReportWaypoints(const Waypoints& waypoints) {
+    const auto matches = MatchWaypoints(recording_, waypoints);
     const auto worst = std::max_element(
         matches.begin(), matches.end(),
         [](const WaypointMatch& a, const WaypointMatch& b) { return a.distance < b.distance; });
-    const auto& point = waypoints_.points[static_cast<std::size_t>(worst - matches.begin())];
+    const auto& point = waypoints.points[static_cast<std::size_t>(worst - matches.begin())];
     Print(true, Text("largest distance of the ", matches.size(), " waypoints from the path ",
-                     worst->distance, ' ', unit_, " (", waypoints_.file, ':', point.line, ')'));
+                     worst->distance, ' ', unit_, " (", waypoints.file, ':', point.line, ')'));
+  }
+
+  // Where the group has to stand in the end.
+  Axes End() const {
+    if (!deed_.waypoints) return ClampCommand(deed_.command, setup_.limits, 0).pos;
+    const auto& last = deed_.waypoints->points.back().joint;
+    Axes end{};
+    std::copy(last.begin(), last.end(), end.begin());
+    return end;
   }
 
   void CheckEnd() {
+    const Axes end = End();
     double distance = 0;
     for (std::size_t j = 0; j < setup_.limits.dof; ++j) {
-      const double target =
-          j < AREA_WAYPOINT_FLOATS ? static_cast<double>(waypoints_.points.back().joint[j]) : 0;
-      const double off = std::fabs(frames_.back().pos[j] - target);
+      const double off = std::fabs(frames_.back().pos[j] - end[j]);
       if (!(off <= distance)) distance = off;
     }
-    Print(distance <= kEndTolerance, Text("end ", distance, ' ', unit_, " from the last waypoint"));
+    Print(distance <= kEndTolerance, Text("end ", distance, ' ', unit_, " from the target"));
   }
 
   void CheckStream() {
-    const auto samples = TrajectorySamples(waypoints_, group_, setup_.limits.dof);
+    // A joint command is the target from one frame on: a run of one sample.
+    const auto samples = deed_.waypoints
+                             ? TrajectorySamples(*deed_.waypoints, group_, setup_.limits.dof)
+                             : std::vector<Axes>{End()};
     const StreamComparison comparison = CompareStream(frames_, setup_, samples);
     Print(comparison.same,
           comparison.same
-              ? Text("all frames are those that Vek produces, in order; the run's ", samples.size(),
+              ? Text("all frames are those that Vek produces, in order; the ", samples.size(),
                      " samples begin at frame ", comparison.first_sample)
               : comparison.problem);
   }
 
   const GroupRecording& recording_;
-  const Waypoints& waypoints_;
+  const Deed& deed_;
   const StreamSetup& setup_;
   const GroupRow& group_;
   const std::vector<Frame>& frames_;
@@ -144,6 +177,7 @@ long long MissedPeriods(const std::string& log) {
   return missed;
 }
 
+// The configuration is to outlive the result.
 StreamSetup ReadSetup(const std::vector<unsigned char>& config, const AreaView& mac,
                       const AreaView& udp, const GroupRow& group) {
   const int bus_freq = shared::load(config.data(), SHARED_FIELD(CfgConfig, BusFreq));
@@ -152,22 +186,19 @@ StreamSetup ReadSetup(const std::vector<unsigned char>& config, const AreaView& 
           .axes = ClampAxes(shared::load(mac.get(), group.axes)),
           .period_ms = 1000.0 / bus_freq,
           .vel_percent = shared::load(udp.get(), group.udp.vel_percent),
-          .acc_percent = shared::load(udp.get(), group.udp.acc_percent)};
+          .acc_percent = shared::load(udp.get(), group.udp.acc_percent),
+          .shaper = group.has_shaper ? reinterpret_cast<const CfgConfig*>(config.data()) : nullptr};
 }
 
 }  // namespace
 
 int RunVerify(const VerifyOptions& options) {
-  struct Job {
-    const GroupRow* group;
-    Waypoints waypoints;
-  };
-  std::vector<Job> jobs;
-  for (const std::string& text : options.trajectories) {
-    const auto [group, file] = SplitGroupValue("--traj", text);
-    TrajectoryGroupByKey(group->key);
-    jobs.push_back({group, ReadWaypoints(std::string(file), *group)});
+  if (options.trajectories.empty() && options.moves.empty()) {
+    FailUsage("--move or --traj is required");
   }
+  std::vector<Deed> deeds;
+  for (const std::string& text : options.trajectories) deeds.push_back(RunDeed(text));
+  for (const std::string& text : options.moves) deeds.push_back(MoveDeed(text));
   const auto recordings = ReadFrames(options.frames);
   const std::string log = options.log.empty() ? "" : ReadFile(options.log);
   SettleRoot(options.root);
@@ -176,11 +207,11 @@ int RunVerify(const VerifyOptions& options) {
   const AreaView udp(kUdpArea);
 
   bool good = true;
-  for (const Job& job : jobs) {
-    const StreamSetup setup = ReadSetup(config, mac, udp, *job.group);
-    GroupCheck check(RecordingOf(recordings, *job.group, options.frames), job.waypoints, setup);
-    good = check.Run() && good;
-    if (!options.log.empty()) good = check.CheckFinishLine(log) && good;
+  for (const Deed& deed : deeds) {
+    const StreamSetup setup = ReadSetup(config, mac, udp, *deed.group);
+    GroupCheck check(RecordingOf(recordings, *deed.group, options.frames), deed, setup);
+    good = check.Check() && good;
+    if (!options.log.empty() && deed.waypoints) good = check.CheckFinishLine(log) && good;
   }
   if (!options.log.empty()) std::printf("vek missed periods %lld\n", MissedPeriods(log));
   std::printf("verify %s\n", good ? "ok" : "FAILED");

@@ -1,0 +1,62 @@
+#include "tools/vekctl/vibration_plot.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tools/group_argument.h"
+#include "tools/text.h"
+#include "tools/vekctl/gnuplot.h"
+
+namespace {
+
+constexpr double kLead_s = 0.2;  // shown before the motion
+constexpr std::size_t kWidth = 1100;
+constexpr std::size_t kHeight = 800;
+
+// Columns: time since the motion's begin, position, thousandths of deviation.
+std::string TipText(const TipRecording& tip) {
+  const auto begin =
+      static_cast<std::size_t>(std::find_if(tip.axis.begin(), tip.axis.end(),
+                                            [&](double q) { return q != tip.axis.front(); }) -
+                               tip.axis.begin());
+  std::string text;
+  for (std::size_t k = 0; k < tip.axis.size(); ++k) {
+    const double time_s = (static_cast<double>(k) - static_cast<double>(begin)) * tip.period_s;
+    if (time_s < -kLead_s) continue;
+    AppendDouble(text, time_s);
+    text += ' ';
+    AppendDouble(text, tip.axis[k]);
+    text += ' ';
+    AppendDouble(text, tip.motion.deviation[k] * 1000);
+    text += '\n';
+  }
+  return text;
+}
+
+}  // namespace
+
+void PlotTips(const std::vector<TipRecording>& tips, const GroupRow& group, int axis,
+              const std::string& output) {
+  const PlotFolder folder;
+  std::vector<std::string> files;
+  for (const TipRecording& tip : tips) {
+    files.push_back(folder.Write(Text(files.size(), ".dat"), TipText(tip)));
+  }
+  const auto panel = [&](int column) {
+    std::string text = "plot ";
+    for (std::size_t k = 0; k < tips.size(); ++k) {
+      const std::string name = std::filesystem::path(tips[k].file).stem().string();
+      text += Text(k > 0 ? ", " : "", Quoted(files[k]), " using 1:", column,
+                   " with lines lw 2 lc rgb '", kCurveColours[k], "' title ", Quoted(name));
+    }
+    return text + '\n';
+  };
+  const std::string unit = JointUnit(group);
+  RunGnuplot(folder.Write(
+      "plot.gp",
+      Text(PictureHead(output, kWidth, kHeight), "set multiplot layout 2,1 title ",
+           Quoted(Text(group.name, " axis ", axis, " and the flexible tip on it")),
+           " font ',18'\nset key top left\nset ylabel 'position (", unit, ")'\n", panel(2),
+           "set ylabel 'deviation of the tip (m", unit,
+           ")'\nset xlabel 'time since the motion began (s)'\n", panel(3), "unset multiplot\n")));
+}
