@@ -1,14 +1,19 @@
 #!/usr/bin/env bash
-# Shows Vek at work: builds it, lets both arms play a motion each at the same time against the simulated servo task,
-# checks every frame and draws what was played. Exit status 0 only when the run ended well.
+# Shows Vek at work: builds it and lets all five groups move at the same time against the simulated servo task, then the
+# body once more with its input shaper on. Checks every frame, compares what a flexible body would still vibrate, and
+# draws what was played. Exit status 0 only when all of it went well.
 set -euo pipefail
 cd "$(dirname "$0")"
 source scripts/packages.sh
 
 bin=build/bin
-root=build/demo
-arms=(arm0 arm1)
-motions=(config/motions/arm0_wave.csv config/motions/arm1_eight.csv)
+out=build/demo
+runners=(arm0 arm1 body lift) # play trajectories
+declare -A motions=([arm0]=config/motions/arm0_wave.csv [arm1]=config/motions/arm1_eight.csv
+  [body]=config/motions/body_bow.csv [lift]=config/motions/lift_rise.csv)
+head_target=(0.6 -0.35 0.25)
+vibration_hz=3
+vibration_damping=0.02
 
 children=()
 stop_children() {
@@ -22,7 +27,7 @@ trap 'exit 130' INT TERM
 
 fail() {
   echo "demo: $*" >&2
-  echo "demo: see $root/var/vek.log, $root/vek.txt and $root/drusim.txt" >&2
+  [ -z "${root-}" ] || echo "demo: see $root/var/vek.log, $root/vek.txt and $root/drusim.txt" >&2
   exit 1
 }
 
@@ -62,60 +67,96 @@ build() {
   fi
 }
 
+# start NAME [INI]: a root of its own, the servo task and Vek in it; consumed frames go to NAME.csv.
 start() {
-  rm -rf "$root"
-  $bin/vekctl --root "$root" init
+  root=$out/$1
+  recording=$out/$1.csv
+  $bin/vekctl --root "$root" init ${2:+--ini "$2"} >/dev/null
   export VEK_ROOT="$PWD/$root"
-  $bin/drusim --record "$root/frames.csv" --groups "$(IFS=,; echo "${arms[*]}")" \
-    >"$root/drusim.txt" 2>&1 &
+  $bin/drusim --record "$recording" >"$root/drusim.txt" 2>&1 &
   drusim=$!
   VEK_LOG="$root/var/vek.log" $bin/vek >"$root/vek.txt" 2>&1 &
   vek=$!
   children=("$drusim" "$vek")
   wait_for "Vek is running..." "$root/var/vek.log" "$vek"
-  echo "Vek's log goes to $root/var/vek.log"
+  echo "Vek is running, its log goes to $root/var/vek.log"
 }
 
-play() {
-  local k runs=() good=true
-  for k in "${!arms[@]}"; do
-    $bin/vekctl state "${arms[k]}" POSITION || fail "${arms[k]} does not reach POSITION"
-  done
-  for k in "${!arms[@]}"; do
-    $bin/vekctl traj "${arms[k]}" "${motions[k]}" | cat &
-    runs+=($!)
-  done
-  for k in "${!runs[@]}"; do wait "${runs[k]}" || good=false; done
-  $good || fail "a motion was not played to its end"
-  sleep 0.5 # the last frames of the stream: the arms at rest
+enter_position() {
+  local group
+  for group; do $bin/vekctl state "$group" POSITION || fail "$group does not reach POSITION"; done
 }
 
 stop() {
+  sleep 0.8 # the last frames of the streams: all at rest, the shaper's delay included
   end_process drusim "$drusim"
   end_process vek "$vek"
   children=()
   grep -qx "VEK exit" "$root/vek.txt" || fail "vek did not say that it ended"
 }
 
-summary() {
-  local k good=true trajectories=() waypoints=()
-  for k in "${!arms[@]}"; do
-    trajectories+=(--traj "${arms[k]}=${motions[k]}")
-    waypoints+=(--waypoints "${arms[k]}=${motions[k]}")
-  done
+# report GROUPS VERIFY-ARGUMENT…: what the servo task saw of the groups (a pattern) and what the recording shows.
+report() {
+  local groups=$1
+  shift
   echo
   echo "The servo task saw:"
-  grep -vE "^($(IFS='|'; echo "head|body|lift")) " "$root/drusim.txt" | sed 's/^/  /'
+  grep -E "^(cycles|missed|scheduling|worst|$groups) " "$root/drusim.txt" | sed 's/^/  /'
   echo "The recording shows:"
-  $bin/vekctl verify "$root/frames.csv" "${trajectories[@]}" --log "$root/var/vek.log" | sed 's/^/  /' || good=false
+  $bin/vekctl verify "$recording" "$@" --log "$root/var/vek.log" | sed 's/^/  /' ||
+    fail "the recording is not what Vek should have played"
+}
+
+# All groups move at the same time: four by trajectories, the head by a joint command.
+play_all() {
+  local group moves=() good=true trajectories=() waypoints=()
+  start unshaped
+  enter_position "${runners[@]}" head
+  for group in "${runners[@]}"; do
+    $bin/vekctl traj "$group" "${motions[$group]}" | cat &
+    moves+=($!)
+    trajectories+=(--traj "$group=${motions[$group]}")
+    waypoints+=(--waypoints "$group=${motions[$group]}")
+  done
+  $bin/vekctl move head "${head_target[@]}" &
+  moves+=($!)
+  for group in "${!moves[@]}"; do wait "${moves[group]}" || good=false; done
+  $good || fail "a motion was not played to its end"
+  stop
+  report "arm0|arm1|head|body|lift" "${trajectories[@]}" --move "head=$(IFS=,; echo "${head_target[*]}")"
+  $bin/vekctl plot "$recording" "$out/frames.png" "${waypoints[@]}" >/dev/null
+}
+
+# The body alone, shaped against the vibration.
+play_shaped() {
+  local ini=$out/shaped.ini
+  sed -e "s/^ISFrequency=.*/ISFrequency=$vibration_hz/" -e "s/^ISDamp=.*/ISDamp=$vibration_damping/" \
+    -e "s/^ISThreshold=.*/ISThreshold=0/" config/robot.ini >"$ini"
   echo
-  echo -n "Plot: "
-  $bin/vekctl plot "$root/frames.csv" "$root/frames.png" "${waypoints[@]}"
-  $good || fail "the recording is not what Vek should have played"
+  echo "The same again for the body, shaped against $vibration_hz Hz"
+  start shaped "$ini"
+  enter_position body
+  sleep 1 # the shaper blends once the body has rested for its delay
+  $bin/vekctl traj body "${motions[body]}" | cat || fail "the body's motion was not played to its end"
+  stop
+  report body --traj "body=${motions[body]}"
+}
+
+# A tuned shaper leaves less than a tenth of a vibration that is worth mentioning.
+compare() {
+  echo
+  echo "A flexible body of $vibration_hz Hz would vibrate on after these motions:"
+  $bin/vekctl vibration "$out/shaped.csv" --against "$out/unshaped.csv" --frequency "$vibration_hz" \
+    --damping "$vibration_damping" --least 0.002 --below 0.1 --plot "$out/shaper.png" | sed 's/^/  /' ||
+    fail "the shaper does not quieten the body"
 }
 
 build
-start
-play
-stop
-summary
+rm -rf "$out"
+mkdir -p "$out"
+play_all
+play_shaped
+compare
+echo
+echo "Plots: $out/frames.png"
+echo "       $out/shaper.png"

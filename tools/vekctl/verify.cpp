@@ -149,8 +149,9 @@ class GroupCheck {
     const StreamComparison comparison = CompareStream(frames_, setup_, samples);
     Print(comparison.same,
           comparison.same
-              ? Text("all frames are those that Vek produces, in order; the ", samples.size(),
-                     " samples begin at frame ", comparison.first_sample)
+              ? Text("all frames are those that Vek produces, in order; ", samples.size(),
+                     samples.size() == 1 ? " sample begins" : " samples begin", " at frame ",
+                     comparison.first_sample)
               : comparison.problem);
   }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 
 #include "tools/failure.h"
@@ -22,13 +23,14 @@ TipRecording Simulate(const VibrationOptions& options, const std::string& file) 
     tip.axis.push_back(recording.frames[k].pos[static_cast<std::size_t>(options.axis - 1)]);
   }
   tip.motion = SimulateTip(tip.axis, tip.period_s, {options.frequency_hz, options.damping});
+  const auto [lowest, highest] = std::minmax_element(tip.axis.begin(), tip.axis.end());
   const std::string what = Text(file, ": ", group.key, " axis ", options.axis);
   if (!tip.motion.moves) Fail(what, " does not move");
   if (tip.motion.end + 1 == tip.axis.size()) Fail(what, " still moves at the end");
-  std::printf("%s\n", Text(what, " leaves a vibration of ", tip.motion.residual, ' ',
-                           JointUnit(group), " after a motion of ",
-                           tip.axis[tip.motion.end] - tip.axis.front(), ' ', JointUnit(group))
-                          .c_str());
+  const char* const unit = JointUnit(group);
+  const std::string line = Text(what, " leaves a vibration of ", tip.motion.residual, ' ', unit,
+                                " after moving within ", *highest - *lowest, ' ', unit);
+  std::printf("%s\n", line.c_str());
   return tip;
 }
 
