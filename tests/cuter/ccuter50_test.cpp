@@ -82,7 +82,7 @@ TEST(CCuter50, SamplesAreTheMeanOfTheInterpolatingQuartic) {
   player.cuter.OnEmpty();  // no substitute for OnInit
   EXPECT_FALSE(player.cuter.OnInit(9) || player.cuter.OnInit(LONG_MAX));
   for (const std::size_t k : {4U, 5U, 6U}) EXPECT_FALSE(player.Cut(Points(6), k));
-  for (const long axes : {1L, 8L, 0L, LONG_MIN, 7L}) {
+  for (const long axes : {1L, 8L, 0L, LONG_MIN + 1, 7L}) {
     ASSERT_TRUE(player.cuter.OnInit(axes));
     player.axes = static_cast<std::size_t>(std::max(axes, 0L));
     for (const std::size_t count : {5U, 6U, 40U}) {
