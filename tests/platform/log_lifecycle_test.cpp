@@ -124,6 +124,7 @@ TEST(LogLifecycle, SurvivesAStandardErrorThatIsGoneOrStandsStill) {
       ASSERT_EQ(pipe(ends), 0);
       dup2(ends[1], STDERR_FILENO);
       if (gone) close(ends[0]);  // else it stays, and nobody reads
+      logging::platform_warning("early");
       DebugLogSrv server;
       Start(server);
       for (int k = 0; k < 900; ++k) g_log_clt.INFO_LOG("%0300d", k);
