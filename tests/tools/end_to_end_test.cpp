@@ -25,6 +25,12 @@ class EndToEnd : public testing::Test {
   static Outcome Ctl(const std::vector<std::string>& arguments) {
     return RunProgram("vekctl", arguments);
   }
+  // The status report once the servo task runs.
+  static Outcome StatusWithDru() {
+    Outcome now;
+    WaitUntil([&] { return (now = Ctl({"status"})).out.find("dru  running") != now.out.npos; });
+    return now;
+  }
 
   TempRoot root_;
 };
@@ -64,12 +70,7 @@ TEST_F(EndToEnd, VekctlTellsWhatVekAnswers) {
   EXPECT_NE(unserved.err.find("the servo side is still in IDLE"), std::string::npos);
 
   ChildProcess drusim("drusim");
-  const Outcome status = [&] {
-    Outcome now = Ctl({"status"});
-    WaitUntil(
-        [&] { return (now = Ctl({"status"})).out.find("dru  running") != std::string::npos; });
-    return now;
-  }();
+  const Outcome status = StatusWithDru();
   EXPECT_NE(status.out.find("vek  running"), std::string::npos) << status.out;
   EXPECT_NE(status.out.find("robot.ini loaded"), std::string::npos) << status.out;
 
@@ -95,6 +96,71 @@ TEST_F(EndToEnd, VekctlTellsWhatVekAnswers) {
     child->Signal(SIGINT);
     EXPECT_EQ(child->Wait(), 0);
   }
+}
+
+// Model and Vek agree on shaped frames and on a joint command, and vekctl tells how commands end.
+TEST_F(EndToEnd, TheShapedBodyAndAMovedHeadAreRight) {
+  const std::string ini = "/home/QUARLE/Config/cfg/robot.ini";
+  std::string text = root_.Read(ini);
+  const std::string off = "ISFrequency=0\n";
+  ASSERT_NE(text.find(off), std::string::npos);
+  root_.Write(ini, text.replace(text.find(off), off.size(), "ISFrequency=8\n"));
+  const TempFile script("0 state body POSITION\n400 traj body " + kMotions +
+                        "body_bow.csv\n7000 quit\n");
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  const std::string frames = root_.Path("/frames.csv");
+  ChildProcess drusim("drusim", {"--script", script.path(), "--record", frames});
+  StatusWithDru();
+  ASSERT_EQ(Ctl({"state", "head", "POSITION"}).status, 0);
+  const Outcome moved = Ctl({"move", "head", "0.3", "-0.2", "0.1"});
+  EXPECT_EQ(moved.out.rfind("head: reached 0.3 -0.2 0.1 rad after ", 0), 0U) << moved.err;
+  ASSERT_EQ(drusim.Wait(60), 0) << drusim.Stderr();
+  vek.Signal(SIGINT);
+  EXPECT_EQ(vek.Wait(), 0);
+  const Outcome verify = Ctl({"verify", frames, "--traj", "body=" + kMotions + "body_bow.csv",
+                              "--move", "head=.3,-.2,.1"});
+  EXPECT_EQ(verify.status, 0) << verify.out << verify.err;
+  EXPECT_EQ(Ctl({"verify", frames, "--move", "head=.3,-.2,.11"}).status, 1);
+}
+
+TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
+  const auto expect = [](const std::vector<std::string>& arguments, int status,
+                         const std::string& words) {
+    const Outcome outcome = Ctl(arguments);
+    EXPECT_EQ(outcome.status, status) << words;
+    EXPECT_NE((outcome.out + outcome.err).find(words), std::string::npos)
+        << outcome.out << outcome.err;
+  };
+  expect({"move", "lift", "0", "0"}, 1, "lift: Vek is not running");
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  ChildProcess drusim("drusim");
+  StatusWithDru();
+
+  expect({"move", "lift", "0.01", "0"}, 1, "taken over, but the state is IDLE: it does not move");
+  expect({"why", "lift"}, 1, "lift: it is in IDLE, not in POSITION");
+  expect({"state", "lift", "POSITION"}, 0, "POSITION reached");
+  expect({"why", "lift"}, 0, "lift: nothing keeps it from moving");
+  expect({"speed", "lift", "100", "--acc", "500"}, 0, "acceleration 100 % taken over");
+  expect({"speed", "lift", "0.5"}, 0, "speed 0.5 % counts as 1 % now");
+  expect({"move", "lift", "0.1", "0", "--timeout", "0.2"}, 1, "lift: timed out at 0.");
+  expect({"speed", "lift", "100"}, 0, "speed 100 % taken over");
+  expect({"move", "lift", "0.05", "-0.9"}, 1, "stands at 0.05 -0.4 m: clamped");
+
+  expect({"state", "arm0", "POSITION"}, 0, "POSITION reached");
+  expect({"speed", "arm0", "100", "--acc", "100"}, 0, "taken over");
+  expect({"traj", "arm0", kMotions + "arm0_wave.csv", "--no-wait"}, 0, "started");
+  expect({"move", "arm0", "0", "0", "0", "0", "0", "1.5", "2.3"}, 1,
+         "stands at 0 0 0 0 0 1.5 2.2575 rad: joint 7 is held back by joint 6");
+  expect({"stop", "arm0"}, 0, "arm0: no run to stop");
+  expect({"brake-free", "arm0", "on"}, 0, "held unlocked");
+  expect({"why", "arm0"}, 1, "arm0: a brake is held unlocked");
+  expect({"brake-free", "arm0", "off"}, 0, "locked");
+  expect({"state", "arm0", "TORQUE"}, 0, "TORQUE reached");
+  const std::vector<std::string> command{"move", "arm0", "0", "0", "0", "0", "0", "0", "0"};
+  expect(command, 1, "the joint command is pending: the state is TORQUE");
+  expect(command, 1, "arm0: the joint command is pending already");
 }
 
 TEST_F(EndToEnd, ARejectionNamesItsReason) {
