@@ -27,16 +27,13 @@ class UdpSet : public GroupCase {
     rig_.SetState(Group(), GROUP_STATE_POSITION);
     return rig_.Play(Group(), 6000).back();
   }
-  // The largest speed of each axis on the way to `q`.
-  Axes FastestTo(float q) {
-    Command(q);
-    Axes fastest{};
-    for (const Frame& frame : rig_.Play(Group(), 300)) {
-      for (std::size_t j = 0; j < AxesInUse(); ++j) {
-        fastest[j] = std::max(fastest[j], std::abs(frame.vel[j]));
-      }
-    }
-    return fastest;
+  // The three coefficients of an arm's quadrant, by the offset of the first.
+  void SetCoupling(std::size_t quadrant, double c0, double c1, double c2) {
+    const shared::Field<double> c{offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm) +
+                                  quadrant};
+    shared::store(rig_.cfg, c, c0, 0);
+    shared::store(rig_.cfg, c, c1, 1);
+    shared::store(rig_.cfg, c, c2, 2);
   }
 };
 INSTANTIATE_TEST_SUITE_P(AllGroups, UdpSet, kAllGroups);
@@ -62,7 +59,10 @@ TEST_P(UdpSet, ClampsEachJointUnlessItsLimitIsDisabled) {
   shared::store(rig_.sys, Group().sys.soft_limit_disable, 0x42);
   const double beyond = Limit(Group().cfg.limit_pos, 1) + 0.05;
   Command(static_cast<float>(beyond));
-  EXPECT_NEAR(Rest().pos[1], static_cast<float>(beyond), 1e-12);
+  const Frame frame = Rest();
+  EXPECT_NEAR(frame.pos[1], static_cast<float>(beyond), 1e-12);
+  Command(kNaN);
+  EXPECT_EQ(Rest().pos, frame.pos) << "what is no number holds the axis";
 }
 
 TEST_P(UdpSet, TakesCommandsOverInIdlePositionAndErrorOnly) {
@@ -96,17 +96,15 @@ TEST_P(UdpSet, ScalesSpeedAndAccelerationAtRunTime) {
     shared::store(rig_.udp, Group().udp.vel_percent, c.percent);
     shared::store(rig_.udp, Group().udp.vel_enable, 1);
     shared::store_release(rig_.udp, Group().udp.vel_new, 1);
-    rig_.Cycle();
-    rig_.TakeFrames(Group());
-    const Axes fastest = FastestTo(q);
-    EXPECT_EQ(shared::load(rig_.udp, Group().udp.vel_new), 0);
-    for (std::size_t j = 0; j < std::min<std::size_t>(AxesInUse(), 6); ++j) {
-      const double limit = Limit(Group().cfg.vel_max, j) * c.scale;
-      EXPECT_LE(fastest[j], limit * (1 + 1e-9));
-      if (c.scale < 0.2) {
-        EXPECT_GT(fastest[j], limit * 0.9) << c.percent << " % on axis " << j;
-      }
+    Command(q);
+    double fastest = 0;
+    for (const Frame& frame : rig_.Play(Group(), 300)) {
+      fastest = std::max(fastest, std::abs(frame.vel[0]));
     }
+    EXPECT_EQ(shared::load(rig_.udp, Group().udp.vel_new), 0);
+    const double limit = Limit(Group().cfg.vel_max, 0) * c.scale;
+    EXPECT_LE(fastest, limit * (1 + 1e-9));
+    EXPECT_TRUE(c.scale > 0.2 || fastest > limit * 0.9) << c.percent << " % is not used";
     q = -q;
     Rest();
   }
@@ -118,14 +116,6 @@ TEST_P(UdpSet, ScalesSpeedAndAccelerationAtRunTime) {
   Command(q);
   EXPECT_EQ(Rest().pos[0], before);
   EXPECT_EQ(shared::load(rig_.udp, Group().udp.acc_new), 0);
-}
-
-TEST_P(UdpSet, ANumberlessCommandHoldsTheAxis) {
-  Rest();
-  Command(0.02F);
-  const Frame before = Rest();
-  Command(kNaN);
-  EXPECT_EQ(Rest().pos, before.pos);
 }
 
 TEST_P(UdpSet, OnlyAnArmsRunEndsOnAJointCommand) {
@@ -147,17 +137,10 @@ TEST_P(UdpSet, OnlyAnArmsRunEndsOnAJointCommand) {
 
 TEST_P(ArmSet, CouplesAxis7ToAxis6ByQuadrant) {
   // Limits: x > 0, y >= 0: 2 - x; x > 0, y < 0: -1 - x^2; x <= 0, y >= 0: 3; x <= 0, y < 0: -4.
-  const std::size_t arm = offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm);
-  const auto set = [&](std::size_t quadrant, double c0, double c1, double c2) {
-    const shared::Field<double> c{arm + quadrant};
-    shared::store(rig_.cfg, c, c0, 0);
-    shared::store(rig_.cfg, c, c1, 1);
-    shared::store(rig_.cfg, c, c2, 2);
-  };
-  set(offsetof(CfgArm, BD67PP), 0, -1, 2);
-  set(offsetof(CfgArm, BD67PN), -1, 0, -1);
-  set(offsetof(CfgArm, BD67NP), 0, 0, 3);
-  set(offsetof(CfgArm, BD67NN), 0, 0, -4);
+  SetCoupling(offsetof(CfgArm, BD67PP), 0, -1, 2);
+  SetCoupling(offsetof(CfgArm, BD67PN), -1, 0, -1);
+  SetCoupling(offsetof(CfgArm, BD67NP), 0, 0, 3);
+  SetCoupling(offsetof(CfgArm, BD67NN), 0, 0, -4);
   struct Case {
     double x, y, limited;
   };
@@ -173,18 +156,14 @@ TEST_P(ArmSet, CouplesAxis7ToAxis6ByQuadrant) {
     EXPECT_EQ(pos[6], c.limited) << c.x << ", " << c.y;
     EXPECT_EQ(pos[0] + pos[1] + pos[2] + pos[3] + pos[4] + pos[7], 83);
   }
-  set(offsetof(CfgArm, BD67PP), kNone, 0, 0);
+  SetCoupling(offsetof(CfgArm, BD67PP), kNone, 0, 0);
   double pos[AREA_AXES] = {0, 0, 0, 0, 0, 1, 1, 0};
   rig_.vek.ComputeArmCoupling(static_cast<int>(GetParam()), rig_.cfg, pos);
   EXPECT_EQ(pos[6], 1) << "a coefficient that is no number limits nothing";
 }
 
 TEST_P(ArmSet, AppliesTheCouplingToCommandsUnlessBit6IsSet) {
-  const std::size_t arm = offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm);
-  const shared::Field<double> c{arm + offsetof(CfgArm, BD67PP)};
-  shared::store(rig_.cfg, c, 0.0, 0);
-  shared::store(rig_.cfg, c, 0.0, 1);
-  shared::store(rig_.cfg, c, 0.1, 2);
+  SetCoupling(offsetof(CfgArm, BD67PP), 0, 0, 0.1);
   Rest();
   Command(0.5F);
   EXPECT_NEAR(Rest().pos[6], 0.1, 1e-12);

@@ -71,7 +71,7 @@ void Check(VekRig& rig, const GroupRow& group, const Row& row) {
   shared::store(rig.sys, group.sys.brake_unlock, row.brake ? 4 : 0);
   shared::store(rig.sys, group.sys.standstill, row.still ? 1 : 0);
   shared::store(rig.udp, group.udp.state_cmd, static_cast<std::uint16_t>(row.request));
-  const std::size_t logged = LogLines().size();
+  rig.TakeLog();
 
   rig.vek.OnProcessRtUdpState();
 
@@ -89,9 +89,7 @@ void Check(VekRig& rig, const GroupRow& group, const Row& row) {
         StateName(group, row.request) +
         (outcome == Brake ? ", some axes's brake is enforced unlocked" : ", robot is moving"));
   }
-  std::vector<std::string> lines = LogLines();
-  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(logged));
-  EXPECT_EQ(lines, expected);
+  EXPECT_EQ(rig.TakeLog(), expected);
 }
 
 }  // namespace

@@ -101,3 +101,10 @@ void VekRig::Enter(const GroupRow& group) {
   TakeFrames(group);
   SetState(group, GROUP_STATE_POSITION);
 }
+
+std::vector<std::string> VekRig::TakeLog() {
+  std::vector<std::string> lines = LogLines();
+  lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(log_taken_));
+  log_taken_ += lines.size();
+  return lines;
+}

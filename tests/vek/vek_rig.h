@@ -36,6 +36,9 @@ class VekRig {
   // Leaves POSITION, empties the ring as a servo task does, and asks the group back into POSITION.
   void Enter(const GroupRow& group);
 
+  // What was logged since the last call.
+  std::vector<std::string> TakeLog();
+
   TempRoot root;
   KShm sys_map, cfg_map, mac_map, udp_map, vek2dru_map;
   Shm trajbuf_map;
@@ -46,6 +49,9 @@ class VekRig {
   void* vek2dru;
   void* trajbuf;
   Vek vek;
+
+ private:
+  std::size_t log_taken_ = 0;
 };
 
 // A case for one group of an initialised rig; the parameter is the group's index.
