@@ -22,7 +22,7 @@ std::string JudgeConfiguration(const GroupRow&, const Snapshot& s) {
 
 std::string JudgeState(const GroupRow& group, const Snapshot& s) {
   if (s.state == GROUP_STATE_POSITION) return "";
-  const std::string in = Text("it is in ", GroupStateName(group, s.state), ", not in POSITION");
+  std::string in = Text("it is in ", GroupStateName(group, s.state), ", not in POSITION");
   if (s.state_cmd == s.state || s.state_cmd > kHighestAskableState) return in;
   const char* const wanted = GroupStateName(group, s.state_cmd);
   if (s.state > kHighestAskableState) {
