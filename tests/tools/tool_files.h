@@ -15,9 +15,8 @@
 class TempFile {
  public:
   explicit TempFile(const std::string& content, const std::string& suffix = ".txt")
-      : path_((std::filesystem::temp_directory_path() /
-               ("vek-tool-" + std::to_string(getpid()) + "-" + std::to_string(count_++) + suffix))
-                  .string()) {
+      : path_(Text(std::filesystem::temp_directory_path().string(), "/vek-tool-", getpid(), '-',
+                   count_++, suffix)) {
     std::ofstream(path_, std::ios::binary) << content;
   }
   ~TempFile() { std::filesystem::remove(path_); }
@@ -36,8 +35,7 @@ inline std::string UsageMessage(const std::function<void()>& run) {
   try {
     run();
   } catch (const Failure& failure) {
-    return failure.status() == kStatusUsage ? failure.what()
-                                            : "status 1: " + std::string(failure.what());
+    return Text(failure.status() == kStatusUsage ? "" : "status 1: ", failure.what());
   }
   return "no failure";
 }
@@ -57,10 +55,7 @@ inline Outcome RunProgram(const std::string& program, const std::vector<std::str
 inline std::string Ramp(int count, int joints) {
   std::string text;
   for (int k = 0; k < count; ++k) {
-    for (int j = 0; j < joints; ++j) {
-      if (j > 0) text += ',';
-      text += Text(0.001 * k);
-    }
+    for (int j = 0; j < joints; ++j) text += Text(j > 0 ? "," : "", 0.001 * k);
     text += '\n';
   }
   return text;
