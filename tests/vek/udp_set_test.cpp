@@ -171,3 +171,25 @@ TEST_P(ArmSet, AppliesTheCouplingToCommandsUnlessBit6IsSet) {
   Command(0.5F);
   EXPECT_NEAR(Rest().pos[6], 0.5, 1e-12);
 }
+
+// Offsets in the Udp area as the other processes know them, written down apart from the layouts.
+TEST(UdpLayout, EveryGroupHasItsOwnWords) {
+  constexpr std::size_t kOffsets[][13] = {
+      {70, 72, 74, 106, 2286, 2302, 2102, 2106, 2290, 2306, 2291, 2307, 2383},
+      {378, 380, 382, 414, 2574, 2590, 2390, 2394, 2578, 2594, 2579, 2595, 2671},
+      {30, 32, 34, 38, 2062, 2066, 2054, 2058, 2063, 2067, 2064, 2068, 0},
+      {1038, 1040, 1042, 1050, 3002, 3008, 2946, 2950, 3004, 3010, 3005, 3011, 3068},
+      {1158, 1160, 1162, 1166, 3078, 3082, 3070, 3074, 3079, 3083, 3080, 3084, 3094}};
+  for (const GroupRow& group : kGroups) {
+    const GroupUdpFields& udp = group.udp;
+    const std::size_t offsets[] = {
+        udp.state_echo.offset,  udp.state_cmd.offset,        udp.state_request_echo.offset,
+        udp.joint_cmd.offset,   udp.joint_cmd_enable.offset, udp.joint_cmd_new.offset,
+        udp.vel_percent.offset, udp.acc_percent.offset,      udp.vel_enable.offset,
+        udp.vel_new.offset,     udp.acc_enable.offset,       udp.acc_new.offset,
+        udp.traj_state.offset};
+    for (std::size_t k = 0; k < std::size(offsets); ++k) {
+      EXPECT_EQ(offsets[k], kOffsets[group.index][k]) << group.name << ", word " << k;
+    }
+  }
+}
