@@ -1,11 +1,11 @@
 // The program as a whole, as a process of its own.
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 
-#include <algorithm>
+#include <cstdlib>
+#include <tuple>
 
-#include "platform/host.h"
-#include "platform/rt_task.h"
 #include "platform/shared_memory.h"
 #include "tests/support/child_process.h"
 #include "tests/support/temp_root.h"
@@ -15,9 +15,7 @@ namespace {
 
 int Count(const std::string& text, const std::string& part) {
   int count = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-    ++count;
-  }
+  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++count;
   return count;
 }
 
@@ -52,13 +50,10 @@ TEST(Process, RunsStampsItsCyclesAndEndsOnSigint) {
   EXPECT_EQ(vek.Stdout(), "VEK exit\n");
   const std::string log = vek.Stderr();
   EXPECT_EQ(Count(log, "error: -4"), 0) << "its end is no failed wait";
-  std::size_t at = 0;
-  for (const char* text :
-       {"INFO  Orlynd system version is 0x00040500", "INFO  Load robot.ini success",
-        "INFO  VEK init finish", "INFO  RTVEK: VekTask is working", "INFO  RTVEK: RTVEK exit"}) {
-    at = log.find(text, at);
-    EXPECT_NE(at, std::string::npos) << text << " in its place in\n" << log;
-  }
+  const char* const order =
+      "*INFO  Orlynd system version is 0x00040500\n*INFO  Load robot.ini success\n*INFO  VEK init "
+      "finish\n*INFO  RTVEK: VekTask is working\n*INFO  RTVEK: RTVEK exit*";
+  EXPECT_EQ(fnmatch(order, log.c_str(), 0), 0) << log;
 }
 
 TEST(Process, SigintAtAnyMomentEndsItCleanly) {
@@ -78,33 +73,20 @@ TEST(Process, SigintAtAnyMomentEndsItCleanly) {
 }
 
 TEST(Process, SaysWhatIsMissingAndEnds) {
-  struct Case {
-    const char* missing;
-    const char* printed;
-    unsigned version;
-  };
-  constexpr Case kCases[] = {
-      {"/dev/ZQSysInfo", "Failed to map /dev/ZQSysInfo\nVEK exit\n", 0},
+  const std::tuple<std::string, std::string, unsigned> cases[] = {
+      {"/log", "Failed to init DebugLogSrv\nVEK exit\n", AREA_INTERFACE_VERSION},
       {"/dev/ZQCfgConfig", "Failed to map /dev/ZQCfgConfig\nVEK exit\n", AREA_INTERFACE_VERSION},
-  };
+      {"/dev/ZQSysInfo", "Failed to map /dev/ZQSysInfo\nVEK exit\n", 0}};
   Controller controller;
-  for (const Case& c : kCases) {
-    const std::string path = controller.root.Path(c.missing);
-    ASSERT_EQ(std::rename(path.c_str(), (path + ".away").c_str()), 0);
+  setenv("VEK_LOG", controller.root.Path("/log/file").c_str(), 1);  // its folder is missing
+  for (const auto& [missing, printed, version] : cases) {
+    controller.root.Remove(missing);
+    shared::store(controller.map.OnGetAddr(), kVersion, 0U);
     ChildProcess vek("vek");
     EXPECT_EQ(vek.Wait(), 0);
-    EXPECT_EQ(vek.Stdout(), c.printed);
-    EXPECT_EQ(controller.Load(kVersion), c.version);
-    ASSERT_EQ(std::rename((path + ".away").c_str(), path.c_str()), 0);
+    EXPECT_EQ(vek.Stdout(), printed);
+    EXPECT_EQ(controller.Load(kVersion), version);
   }
-}
-
-TEST(Process, ALogThatCannotBeOpenedEndsIt) {
-  Controller controller;
-  setenv("VEK_LOG", controller.root.Path("/dev").c_str(), 1);
-  ChildProcess vek("vek");
-  EXPECT_EQ(vek.Wait(), 0);
-  EXPECT_EQ(vek.Stdout(), "Failed to init DebugLogSrv\nVEK exit\n");
 }
 
 TEST(Process, AFailedInitLeavesTheLoopRunning) {
@@ -129,8 +111,8 @@ TEST(Process, WarnsOfASlowServoTaskEveryCycleAndOfARunAwayOnce) {
   ChildProcess vek("vek");
   ASSERT_TRUE(vek.WaitForText("DRU RT task is run away!"));
   set_dru(801);
-  ASSERT_TRUE(
-      WaitUntil([&] { return Count(vek.Stderr(), "WARN  Warning CycleTime: Vek = ") > 5; }));
+  const auto warnings = [&] { return Count(vek.Stderr(), "WARN  Warning CycleTime: Vek = "); };
+  ASSERT_TRUE(WaitUntil([&] { return warnings() > 5; }));
   set_dru(20000);
   for (int k = 0; k < 50; ++k) PollPause();
   vek.Signal(SIGINT);

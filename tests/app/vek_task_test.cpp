@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 TEST(JudgeCycle, NamesWhoWasTooSlow) {
-  struct Case {
-    std::int64_t vek_us, dru_us;
-    CycleVerdict verdict;
-  };
   constexpr std::int64_t kHuge = 18446744073709551;  // stamps out of order
-  constexpr Case kCases[] = {
+  constexpr std::tuple<std::int64_t, std::int64_t, CycleVerdict> kCases[] = {
       {0, 0, CycleVerdict::Good},        {500, 800, CycleVerdict::Good},
       {501, 800, CycleVerdict::RunAway}, {600, 100, CycleVerdict::RunAway},
       {500, 801, CycleVerdict::Warning}, {600, 801, CycleVerdict::Warning},
@@ -16,7 +14,7 @@ TEST(JudgeCycle, NamesWhoWasTooSlow) {
       {0, 10000, CycleVerdict::RunAway}, {0, kHuge, CycleVerdict::RunAway},
       {kHuge, 0, CycleVerdict::RunAway}, {kHuge, 900, CycleVerdict::Warning},
   };
-  for (const Case& c : kCases) {
-    EXPECT_EQ(JudgeCycle(c.vek_us, c.dru_us), c.verdict) << c.vek_us << ", " << c.dru_us;
+  for (const auto& [vek, dru, verdict] : kCases) {
+    EXPECT_EQ(JudgeCycle(vek, dru), verdict) << vek << ", " << dru;
   }
 }

@@ -59,13 +59,11 @@ TEST_F(Ini, OnlyRegularFilesOfBoundedSizeLoad) {
 TEST_F(Ini, NumbersAreReadLenientlyBoundWholeAndWrittenShort) {
   const std::tuple<std::string, int, double, std::string> cases[] = {
       {"", 0, 0, "0"},
-      {"12abc", 12, 12, "12"},
-      {" -3", -3, -3, "-3"},
+      {" -3abc", -3, -3, "-3"},
       {"0x64", 0, 100, "100"},
       {"1,5", 1, 1, "1"},
       {"-.5e1", 0, -5, "-5"},
       {"9876543210", 2147483647, 9876543210, "9.87654e+09"},
-      {"1e-5", 1, 0.00001, "1e-05"},
       {"0.1234567", 0, 0.1234567, "0.123457"}};
   int i = 0;
   double d = 0;

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/child_process.h"
@@ -56,27 +57,21 @@ int Feed(CYIS100DK& decoder, const Bytes& bytes) {
 TEST(GyroDecoder, FindsEveryGoodFrame) {
   const Values none(6, 0), acc = {1.5, -9.80665, 1e-6, 0, 0, 0};
   const Bytes other("\x01\x02\x10\x20\x77\x00\x10\x05short", 13), longest(225, '\x10');
-  const struct {
-    const char* name;
-    Bytes stream;
-    int frames;
-    Values values;
-  } cases[] = {
+  const std::tuple<const char*, Bytes, int, Values> cases[] = {
       {"noise before", "\x01\x59\x02\x53\x59" + Bytes(300, '\x53') + kGood, 1, kBoth},
       {"sync byte twice", "\x59" + kGood + "\x59\x59" + kGood, 2, kBoth},
       {"bad checksums", Broken(33, 0) + Broken(34, 0), 0, none},
-      {"too long, then good", Broken(4, '\xff') + kGood, 1, kBoth},
-      {"too short, then good", Broken(4, '\x04') + kGood, 1, kBoth},
+      {"too long, too short, then good", Broken(4, '\xff') + Broken(4, '\x04') + kGood, 1, kBoth},
       {"half, then good", kGood.substr(0, 20) + kGood + kGood, 2, kBoth},
       {"one vector after the other", Frame(kRate) + Frame(kAcc), 2, kBoth},
       {"others", Frame(other) + Frame(other + kAcc + kRate), 1, kBoth},
       {"longest", Frame("\x66\xe1" + longest + kAcc + kRate), 1, kBoth},
       {"truncated", Frame(kAcc + kRate.substr(0, 13)) + Frame("\x10"), 1, acc},
   };
-  for (const auto& c : cases) {
+  for (const auto& [name, stream, frames, values] : cases) {
     CYIS100DK decoder;
-    EXPECT_EQ(Feed(decoder, c.stream), c.frames) << c.name;
-    EXPECT_EQ(Values(decoder.values, decoder.values + 6), c.values) << c.name;
+    EXPECT_EQ(Feed(decoder, stream), frames) << name;
+    EXPECT_EQ(Values(decoder.values, decoder.values + 6), values) << name;
   }
 }
 
@@ -94,14 +89,13 @@ TEST(GyroDecoder, LosesNoGoodFrameAmongRandomBytesAndPayloads) {
 
 // Reads until `size` bytes have come, and finds that there are no more.
 Bytes Take(SerialPort& port, std::size_t size) {
-  Bytes all;
-  char buffer[7];
+  Bytes all, part(7, 0);
   WaitUntil([&] {
-    const int got = port.Read(buffer, sizeof buffer);
-    if (got > 0) all.append(buffer, static_cast<std::size_t>(got));
+    const int got = port.Read(part.data(), 7);
+    all += part.substr(0, got > 0 ? static_cast<std::size_t>(got) : 0);
     return all.size() >= size;
   });
-  EXPECT_LE(port.Read(buffer, sizeof buffer), 0);
+  EXPECT_LE(port.Read(part.data(), 7), 0);
   return all;
 }
 

@@ -36,7 +36,7 @@ TEST(Host, RecordsCommandsBeneathARootAndOnlyTouchActs) {
   const TempRoot root;
   std::filesystem::current_path(root.Path("/.."));
   setenv("VEK_ROOT", std::filesystem::path(root.Path("")).filename().c_str(), 1);
-  EXPECT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));
+  ASSERT_EQ(host_path("/dev/ZQMac"), root.Path("/dev/ZQMac"));  // else the host would be touched
   const std::string outside = root.Path("-outside"), flag = "/home/QUARLE/Tmp/UpdateFlag";
   const std::string escape = "/../" + std::filesystem::path(outside).filename().string();
   root.Write("/home/QUARLE/Tmp/other", "");

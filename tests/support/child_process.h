@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/temp_root.h"
+
 class ChildProcess {
  public:
   // Starts build/bin/NAME with the arguments, this process's environment and its output going to
-  // two files of its own. A failure ends the test process with a message.
+  // two files of its own. A failure throws.
   ChildProcess(const std::string& program, const std::vector<std::string>& arguments = {});
   // Kills it if it still runs.
   ~ChildProcess();
-  ChildProcess(const ChildProcess&) = delete;
-  ChildProcess& operator=(const ChildProcess&) = delete;
 
   void Signal(int number) const;
   // Waits for the end, at most `seconds`: the exit status, 1000 + N after signal N, -1 when it
@@ -22,13 +22,13 @@ class ChildProcess {
   int Wait(double seconds = 30);
   bool Running() { return Wait(0) == -1; }
   // What it has written so far.
-  std::string Stdout() const;
-  std::string Stderr() const;
+  std::string Stdout() const { return folder_.Read("/out"); }
+  std::string Stderr() const { return folder_.Read("/err"); }
   // Waits until its standard output or standard error holds `text`; false after `seconds`.
   bool WaitForText(const std::string& text, double seconds = 30);
 
  private:
-  std::string folder_;
+  TempFolder folder_;
   pid_t pid_ = -1;
   int status_ = -1;
 };

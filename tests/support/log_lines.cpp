@@ -46,7 +46,3 @@ std::vector<std::string> LogLines(const std::string& text) {
   }
   return lines;
 }
-
-std::vector<std::string> LogLines() {
-  return LogLines("");
-}

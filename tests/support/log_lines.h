@@ -7,8 +7,6 @@
 // Starts logging into a file of its own (VEK_LOG) through g_log_clt; once a process, after the
 // TempRoot.
 void StartTestLog();
-// All lines so far without their time stamps: "WARN  text". Waits until everything queued is
-// written.
-std::vector<std::string> LogLines();
-// The lines that contain `text`.
-std::vector<std::string> LogLines(const std::string& text);
+// The lines so far that contain `text`, without their time stamps: "WARN  text". Waits until
+// everything queued is written.
+std::vector<std::string> LogLines(const std::string& text = "");

@@ -21,16 +21,16 @@ void Require(bool done, const std::string& path) {
 
 }  // namespace
 
-TempRoot::TempRoot() : root_(fs::temp_directory_path() / "vek-test-XXXXXX") {
-  Require(mkdtemp(root_.data()) != nullptr && setenv("VEK_ROOT", root_.c_str(), 1) == 0, root_);
+TempFolder::TempFolder() : folder_(fs::temp_directory_path() / "vek-test-XXXXXX") {
+  Require(mkdtemp(folder_.data()) != nullptr, folder_);
 }
 
-TempRoot::~TempRoot() {
+TempFolder::~TempFolder() {
   std::error_code ignored;
-  fs::remove_all(root_, ignored);
+  fs::remove_all(folder_, ignored);
 }
 
-void TempRoot::Write(const std::string& path, const std::string& content) const {
+void TempFolder::Write(const std::string& path, const std::string& content) const {
   fs::create_directories(fs::path(Path(path)).parent_path());
   std::ofstream stream(Path(path), std::ios::binary);
   stream << content;
@@ -38,13 +38,17 @@ void TempRoot::Write(const std::string& path, const std::string& content) const 
   Require(stream.good(), path);
 }
 
-std::string TempRoot::Read(const std::string& path) const {
+std::string TempFolder::Read(const std::string& path) const {
   std::ifstream stream(Path(path), std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void TempRoot::Remove(const std::string& path) const {
+void TempFolder::Remove(const std::string& path) const {
   fs::remove_all(Path(path));
+}
+
+TempRoot::TempRoot() {
+  Require(setenv("VEK_ROOT", Path("").c_str(), 1) == 0, "VEK_ROOT");
 }
 
 void TempRoot::MakeAreas() const {
@@ -52,19 +56,20 @@ void TempRoot::MakeAreas() const {
                              "/etc/network", "/var"}) {
     fs::create_directories(Path(folder));
   }
-  const std::pair<const char*, std::size_t> devices[] = {{"/dev/ZQSysInfo", AREA_SYSINFO_SIZE},
-                                                         {"/dev/ZQCfgConfig", AREA_CFGCONFIG_SIZE},
-                                                         {"/dev/ZQMac", AREA_MAC_SIZE},
-                                                         {"/dev/ZQUdp", AREA_UDP_SIZE},
-                                                         {"/dev/ZQSysDbg", AREA_SYSDBG_SIZE},
-                                                         {"/dev/ZQVek2Dru", AREA_VEK2DRU_SIZE},
-                                                         {"/dev/qlm_gpio", 64},
-                                                         {"/dev/rtc0", 0}};
-  for (const auto& [path, size] : devices) Write(path, std::string(size, '\0'));
+  const std::pair<std::string, std::size_t> devices[] = {{"ZQSysInfo", AREA_SYSINFO_SIZE},
+                                                         {"ZQCfgConfig", AREA_CFGCONFIG_SIZE},
+                                                         {"ZQMac", AREA_MAC_SIZE},
+                                                         {"ZQUdp", AREA_UDP_SIZE},
+                                                         {"ZQSysDbg", AREA_SYSDBG_SIZE},
+                                                         {"ZQVek2Dru", AREA_VEK2DRU_SIZE},
+                                                         {"qlm_gpio", 64},
+                                                         {"rtc0", 0}};
+  for (const auto& [name, size] : devices) Write("/dev/" + name, std::string(size, '\0'));
 }
 
 void TempRoot::CopySampleIni() const {
-  std::ifstream sample(VEK_SOURCE_DIR "/config/robot.ini", std::ios::binary);
-  Require(sample.good(), "config/robot.ini");
-  Write("/home/QUARLE/Config/cfg/robot.ini", {std::istreambuf_iterator<char>(sample), {}});
+  const std::string path = "/home/QUARLE/Config/cfg/robot.ini";
+  Write(path, "");  // for its folders
+  fs::copy_file(VEK_SOURCE_DIR "/config/robot.ini", Path(path),
+                fs::copy_options::overwrite_existing);
 }
