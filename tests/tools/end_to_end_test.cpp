@@ -109,40 +109,6 @@ TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
   Expect(command, 1, "arm0: the joint command is pending already");
 }
 
-TEST_F(EndToEnd, ARunGoesOnAfterAStateChangeAndEndsByAStop) {
-  ChildProcess vek("vek");
-  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
-  ChildProcess drusim("drusim");
-  Expect({"state", "arm1", "POSITION"}, 0, "");
-  const TempFile waypoints(Ramp(100, 7));
-  ChildProcess run("vekctl", {"traj", "arm1", waypoints.path()});
-  ASSERT_TRUE(run.WaitForText("waypoint")) << run.Stderr();
-  Expect({"state", "arm1", "IDLE"}, 0, "");
-  ASSERT_TRUE(run.WaitForText("arm1: left POSITION, the run continues when it is back"));
-  EXPECT_TRUE(run.Running());
-  Expect({"state", "arm1", "POSITION"}, 0, "");
-  EXPECT_EQ(run.Wait(60), 0) << run.Stderr();
-  EXPECT_NE(run.Stdout().find("arm1: finished, 100 waypoints\n"), std::string::npos);
-
-  ChildProcess stopped("vekctl", {"traj", "arm1", kEight});
-  ASSERT_TRUE(stopped.WaitForText("waypoint 1")) << stopped.Stderr();
-  Expect({"traj", "arm1", kEight}, 1, "arm1: has a trajectory already (playing)\n");
-  Expect({"stop", "arm1"}, 0, "arm1: stopped\n");
-  EXPECT_EQ(stopped.Wait(), 1);
-  EXPECT_NE(stopped.Stderr().find(" at waypoint "), std::string::npos) << stopped.Stderr();
-}
-
-TEST_F(EndToEnd, DrusimTellsWhatItCouldNotDo) {
-  const TempFile script("1 state arm0 POSITION\n5 stop arm1\n60 quit\n");
-  const Outcome stop = RunProgram("drusim", {"--script", script.path()});
-  EXPECT_EQ(stop.status, 1);
-  EXPECT_EQ(stop.err, "drusim: " + script.path() + ":2: arm1 has no run to stop\n");
-  EXPECT_EQ(stop.out.rfind("cycles 61\n", 0), 0U) << stop.out;
-  const Outcome full = RunProgram("drusim", {"--cycles", "9", "--record", "/dev/full"});
-  EXPECT_EQ(full.status, 1);
-  EXPECT_EQ(full.err, "drusim: /dev/full: the recording could not be written\n");
-}
-
 TEST(Init, MakesARoot) {
   const TempRoot parent;
   unsetenv("VEK_ROOT");
@@ -151,24 +117,6 @@ TEST(Init, MakesARoot) {
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(parent.Read("/new/root/home/QUARLE/Config/cfg/robot.ini"),
             ReadFile(std::string(VEK_SOURCE_DIR) + "/config/robot.ini"));
-}
-
-TEST(Init, KeepsWhatIsThereUnlessForced) {
-  const TempRoot root;
-  const TempFile ini("[R.BASIC]\n");
-  ASSERT_EQ(RunProgram("vekctl", {"init", "--ini", ini.path()}).status, 0);
-  root.Write("/dev/ZQMac", std::string(30720, 'm'));
-  ASSERT_EQ(RunProgram("vekctl", {"init"}).status, 0);
-  EXPECT_EQ(root.Read("/home/QUARLE/Config/cfg/robot.ini"), "[R.BASIC]\n");
-  EXPECT_EQ(root.Read("/dev/ZQMac"), std::string(30720, 'm'));
-
-  root.Write("/dev/ZQUdp", "x");
-  const Outcome outcome = RunProgram("vekctl", {"init"});
-  EXPECT_EQ(outcome.status, 1);
-  EXPECT_EQ(outcome.err, "vekctl: /dev/ZQUdp: has 1 bytes, not 4096; --force makes it anew\n");
-  EXPECT_EQ(root.Read("/dev/ZQUdp"), "x");
-  EXPECT_EQ(RunProgram("vekctl", {"init", "--force"}).status, 0);
-  EXPECT_EQ(root.Read("/dev/ZQUdp").size(), 4096U);
 }
 
 }  // namespace
