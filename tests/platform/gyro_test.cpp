@@ -1,21 +1,12 @@
 #include "platform/gyro.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <termios.h>
-#include <unistd.h>
 
 #include <array>
-#include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <tuple>
 #include <vector>
-
-#include "tests/support/child_process.h"
-#include "tests/support/temp_root.h"
 
 namespace {
 
@@ -84,48 +75,6 @@ TEST(GyroDecoder, LosesNoGoodFrameAmongRandomBytesAndPayloads) {
     for (char& c : noise) c = random() % 2 ? likely[random() % 5] : static_cast<char>(random());
     Feed(decoder, k % 2 ? noise + noise : Frame(noise));
     ASSERT_EQ(Feed(decoder, kGood), 1) << k;
-  }
-}
-
-// Reads until `size` bytes have come, and finds that there are no more.
-Bytes Take(SerialPort& port, std::size_t size) {
-  Bytes all, part(7, 0);
-  WaitUntil([&] {
-    const int got = port.Read(part.data(), 7);
-    all += part.substr(0, got > 0 ? static_cast<std::size_t>(got) : 0);
-    return all.size() >= size;
-  });
-  EXPECT_LE(port.Read(part.data(), 7), 0);
-  return all;
-}
-
-TEST(SerialPort, ReadsATerminalRawAndAFifoThroughAllItsWriters) {
-  const TempRoot root;
-  root.MakeAreas();
-  const int master = posix_openpt(O_RDWR | O_NOCTTY);
-  ASSERT_TRUE(master >= 0 && grantpt(master) == 0 && unlockpt(master) == 0);
-  std::filesystem::create_symlink(ptsname(master), root.Path("/dev/ttyUSB0"));
-  SerialPort port;
-  EXPECT_EQ(Take(port, 0), "");
-  EXPECT_FALSE(port.Connect("/dev/ttyUSB0", 460801, 8, 1, 'n'));
-  ASSERT_TRUE(port.Connect("/dev/ttyUSB0", 460800, 8, 1, 'n'));
-  termios line{};
-  tcgetattr(master, &line);
-  EXPECT_EQ(cfgetospeed(&line), speed_t{B460800});
-  EXPECT_EQ(line.c_cflag & (CSIZE | CSTOPB | PARENB), tcflag_t{CS8});
-  Bytes all;  // every byte value, those that a cooked line swallows or changes included
-  for (int k = 0; k < 256; ++k) all += static_cast<char>(k);
-  ASSERT_EQ(write(master, all.data(), all.size()), 256);
-  EXPECT_EQ(Take(port, 256), all);
-  close(master);
-  EXPECT_EQ(Take(port, 0), "");
-  EXPECT_FALSE(port.Connect("/dev/ttyUSB0", 460800, 8, 1, 'n'));
-
-  ASSERT_EQ(mkfifo(root.Path("/dev/ttyUSB1").c_str(), 0600), 0);
-  ASSERT_TRUE(port.Connect("/dev/ttyUSB1", 460800, 8, 1, 'n'));
-  for (const Bytes text : {"one writer", "and, after it has gone, another"}) {
-    root.Write("/dev/ttyUSB1", text);
-    EXPECT_EQ(Take(port, text.size()), text);
   }
 }
 

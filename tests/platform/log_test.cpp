@@ -16,7 +16,6 @@
 #include <vector>
 
 #include "platform/debug_log.h"
-#include "platform/standalone/log_queue.h"
 #include "platform/standalone/platform_warning.h"
 #include "tests/support/child_process.h"
 #include "tests/support/log_lines.h"
@@ -141,20 +140,6 @@ TEST(Log, KeepsEachThreadsOrderAndCountsWhatAFullQueueRefuses) {
   }
   EXPECT_GT(lost, 0);
   EXPECT_EQ(written + lost, 4 * kEach);
-}
-
-TEST(LogQueue, KeepsOrderWhileItsTicketsWrapAround) {
-  logging::BoundedQueue<int, 4, std::uint8_t> queue;
-  int pushed = 0, popped = 0;
-  const auto pop = [&] { return queue.Pop([&](const int& item) { EXPECT_EQ(item, popped++); }); };
-  EXPECT_FALSE(pop());
-  for (int round = 0; round < 1000; ++round) {
-    while (queue.Push([&](int& item) { item = pushed++; })) {
-    }
-    ASSERT_EQ(pushed - popped, 4);
-    for (int k = 0; k <= round % 4; ++k) ASSERT_TRUE(pop());
-    ASSERT_EQ(queue.IsEmpty(), pushed == popped);
-  }
 }
 
 // The log's start and end, each in a process of its own.

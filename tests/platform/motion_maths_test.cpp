@@ -116,22 +116,6 @@ TEST(ProfileGenerator, KeepsItsLimitsWhateverIsOrdered) {
   }
 }
 
-TEST(ProfileGenerator, AnInvalidLimitStopsTheAxisAndAnInvalidTargetDoesNot) {
-  for (const double none : {0.0, -1.0, double{NAN}, double{INFINITY}}) {
-    for (const auto set : {ZQNSyncDTS_OnSetRunTimeVel, ZQNSyncDTS_OnSetRunTimeAcc}) {
-      Generator g;
-      g.Step(All(0));
-      g.Step(All(5), 100);
-      g.Step(All(NAN), 100);
-      const double from = g.pos[7];
-      set(&g.state, All(none).data());
-      g.Step(All(5), 103);
-      EXPECT_NEAR(g.pos[7] - from, 0.05, 0.001);
-      EXPECT_TRUE(g.vel == All(0) && g.acc == All(0));
-    }
-  }
-}
-
 TEST(MotionMaths, NothingNonFiniteComesOut) {
   std::mt19937 random(11);
   const double hostile[] = {0,    -0.0,    1,        -1,       5e-324,    DBL_MIN, -1e-160,

@@ -5,10 +5,8 @@
 
 #include <climits>
 #include <cstring>
-#include <deque>
 #include <filesystem>
 #include <numeric>
-#include <random>
 #include <thread>
 #include <vector>
 
@@ -139,32 +137,6 @@ TEST_F(Ring, WriterAndReaderAtTheSameTime) {
   }
   producer.join();
   EXPECT_EQ(wrong, 0);
-}
-
-TEST(RecordRing, IsAQueueAtEveryFillLevelAndWrap) {
-  for (const std::size_t size : {4u, 5u, 23u, 1000u}) {
-    CACB ring;
-    ASSERT_TRUE(ring.OnInitSize(static_cast<long>(size)));
-    std::deque<Record> queue;
-    std::size_t used = 0;
-    std::mt19937 random(static_cast<unsigned>(size));
-    for (int step = 0; step < 5000; ++step) {
-      SCOPED_TRACE(testing::Message() << "size " << size << " step " << step);
-      const Record in(random() % 30, static_cast<unsigned char>(step));
-      const bool fits = used + 4 + in.size() <= size;
-      ASSERT_EQ(ring.WriteBuf(in.data(), static_cast<long>(in.size())), fits);
-      if (fits) queue.push_back(in);
-      used += fits ? 4 + in.size() : 0;
-      const std::size_t behind = random() % (queue.size() + 1);
-      if (behind == queue.size()) continue;
-      Record peeked(40), read(40);
-      peeked.resize(std::size_t(ring.PeekBuf(peeked.data(), 40, static_cast<long>(behind))));
-      read.resize(std::size_t(ring.ReadBuf(read.data(), 40)));
-      ASSERT_TRUE(peeked == queue[behind] && read == queue.front());
-      used -= 4 + read.size();
-      queue.pop_front();
-    }
-  }
 }
 
 TEST(RecordRing, HoldsThePromisedFramesAndSurvivesHostileArguments) {

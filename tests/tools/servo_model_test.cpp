@@ -54,34 +54,6 @@ class ServoModelTest : public testing::TestWithParam<int> {
       kTransition};
 };
 
-TEST_P(ServoModelTest, StartsIdleAndGoesThroughTheTransitionOfTheAcceptedState) {
-  EXPECT_EQ(State(), GROUP_STATE_IDLE);
-  EXPECT_EQ(shared::load(udp_.data(), group_.udp.state_cmd), 0);
-  EXPECT_EQ(shared::load(mac_.data(), group_.axes), 2);
-  const struct {
-    int accepted, transition, state;
-  } steps[] = {{2, 102, 2}, {3, 103, 3}, {1, 101, 1}, {0, 109, 0}};
-  for (const auto& step : steps) {
-    Accept(step.accepted);
-    for (int k = 0; k < kTransition; ++k) {
-      Cycle();
-      EXPECT_EQ(State(), step.transition);
-    }
-    Cycle();
-    EXPECT_EQ(State(), step.state);
-  }
-  for (const int nonsense : {-1, 4, 50, 101}) {
-    Accept(nonsense);
-    Cycle();
-    EXPECT_EQ(State(), GROUP_STATE_IDLE) << nonsense;
-  }
-  Accept(GROUP_STATE_POSITION);
-  Cycle();
-  Accept(GROUP_STATE_IDLE);
-  Cycle();
-  EXPECT_EQ(State(), GROUP_STATE_TRANS_TO_IDLE) << "a newer request replaces the one under way";
-}
-
 TEST_P(ServoModelTest, EntryEmptiesTheRingAndWaitsForAStartFrame) {
   Write(0, 9);  // of a stream before
   Write(1, 9);

@@ -6,8 +6,8 @@
 #include "tests/support/temp_root.h"
 #include "tests/tools/tool_files.h"
 #include "tools/area_view.h"
+#include "tools/frames_csv.h"
 #include "tools/vekctl/commands.h"
-#include "tools/vekctl/path_match.h"
 #include "tools/vekctl/stream_model.h"
 
 namespace {
@@ -97,30 +97,6 @@ TEST_F(Verify, AnyFaultFails) {
     EXPECT_EQ(Check(frames), 1) << c.fault;
   }
   EXPECT_EQ(Check(frames_, "Arm0: Run traj plan finish at {0.1}\n"), 1) << "the other arm";
-}
-
-TEST_F(Verify, WaypointsAreFoundOnThePath) {
-  const GroupRecording recording{
-      .group = &kArm1, .time_s = std::vector<double>(frames_.size()), .frames = frames_};
-  Waypoints waypoints = ReadWaypoints(kEight, kArm1);
-  waypoints.points[180].joint[4] += 0.01F;
-  const auto matches = MatchWaypoints(recording, waypoints);
-  ASSERT_EQ(matches.size(), 360U);
-  EXPECT_NEAR(matches[180].distance, 0.01, 0.006);
-  EXPECT_LT(matches[179].distance, 0.008);
-}
-
-TEST_F(Verify, PlotDrawsBothFormats) {
-  const TempFile recording(RecordingText(frames_));
-  const TempFile svg("", " it's.svg");
-  const TempFile png("", ".png");
-  ASSERT_EQ(RunPlot({recording.path(), svg.path(), {}, {"arm1=" + kEight}}), 0);
-  ASSERT_EQ(RunPlot({recording.path(), png.path(), {"arm1"}, {}}), 0);
-  const std::string drawing = ReadFile(svg.path());
-  for (const char* label : {"Arm1", "rad/s²", "j7", "dots: one waypoint in "}) {
-    EXPECT_NE(drawing.find(label), std::string::npos) << label;
-  }
-  EXPECT_EQ(ReadFile(png.path()).substr(0, 4), "\x89PNG");
 }
 
 }  // namespace

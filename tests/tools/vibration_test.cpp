@@ -1,39 +1,13 @@
-// The simulated flexible tip: known solutions, and what the body's shaper leaves of its vibration.
+// What the body's shaper leaves of a flexible tip's vibration.
 #include <gtest/gtest.h>
-
-#include <cmath>
 
 #include "tests/tools/tool_files.h"
 #include "tools/frames_csv.h"
-#include "tools/vekctl/flexible_tip.h"
 #include "tools/vekctl/stream_model.h"
 
 namespace {
 
 constexpr double kPeriod_s = 0.001;
-constexpr double kSpeed = 0.4;
-
-TEST(FlexibleTip, SwingsAsTheEquationSays) {
-  const double swing = 2 * M_PI * 4;
-  const struct {
-    double damping;
-    int samples;  // 250 are a period
-    double residual;
-  } cases[] = {
-      {0, 250, 0},                   // the second jump of speed cancels the first …
-      {0, 125, 2 * kSpeed / swing},  // … or doubles it
-      {0.2, 125, kSpeed / swing * (1 + std::exp(-M_PI * 0.2 / std::sqrt(1 - 0.04)))},
-  };
-  for (const auto& c : cases) {
-    std::vector<double> axis(100, 1.0);  // rest, a stroke at kSpeed, rest
-    for (int k = 0; k < c.samples; ++k) axis.push_back(axis.back() + kSpeed * kPeriod_s);
-    axis.resize(axis.size() + 500, axis.back());
-    const TipMotion motion = SimulateTip(axis, kPeriod_s, {4, c.damping});
-    EXPECT_NEAR(motion.residual, c.residual, 1e-12) << c.damping << ' ' << c.samples;
-    EXPECT_EQ(motion.end, 99U + static_cast<std::size_t>(c.samples));
-  }
-  EXPECT_FALSE(SimulateTip({}, kPeriod_s, {4, 0}).moves);
-}
 
 // A recording of the body's first axis under a joint command, its shaper set to some frequency.
 std::string ShapedRecording(double shaper_hz) {

@@ -67,10 +67,8 @@ TEST(Init, AFailedLoadIsOnlyLogged) {
   VekRig rig;
   rig.root.Remove(kRobotIni);
   EXPECT_TRUE(rig.Init());
-  const Lines lines = LogLines();
-  ASSERT_EQ(lines.size(), 5U);
-  EXPECT_EQ(lines[1], "ERROR Failed to load robot.ini");
-  EXPECT_EQ(lines[4], "INFO  VEK init finish");
+  EXPECT_EQ(LogLines("ERROR Failed to load robot.ini").size(), 1U);
+  EXPECT_EQ(LogLines().back(), "INFO  VEK init finish");
 }
 
 TEST(Init, PositionControlRefusesWhatItCannotServe) {

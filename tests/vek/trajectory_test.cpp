@@ -64,21 +64,6 @@ TEST_P(Trajectory, PlaysTwentySamplesAnIntervalAndElevenMore) {
   EXPECT_EQ(std::count(lines[0].begin(), lines[0].end(), ','), static_cast<int>(AxesInUse()) - 1);
 }
 
-TEST_P(Trajectory, StepsThroughTheStatesInTheirOrder) {
-  SetPointCount(6);
-  rig_.SetTrajState(Group(), TRAJ_START);
-  // Byte after each number of steps.
-  constexpr std::array<int, 2> kStates[] = {
-      {1, TRAJ_PLAY_START}, {39, TRAJ_PLAY_START}, {40, TRAJ_NEXT_POINT},
-      {41, TRAJ_PLAY_MID},  {59, TRAJ_PLAY_MID},   {60, TRAJ_NEXT_POINT},
-      {61, TRAJ_PLAY_END},  {110, TRAJ_PLAY_END},  {111, TRAJ_IDLE}};
-  int step = 0;
-  for (const auto& [steps, state] : kStates) {
-    for (; step < steps; ++step) Step();
-    EXPECT_EQ(rig_.TrajState(Group()), state) << "after step " << steps;
-  }
-}
-
 TEST_P(Trajectory, AStopRequestFreezesTheTargetAndALaterStartBeginsAfresh) {
   SetPointCount(40);
   for (const int steps : {1, 20, 40, 45, 60}) {

@@ -133,14 +133,3 @@ TEST(UdpState, BrakesCountOnlyWhereThereAreAxes) {
     EXPECT_FALSE(unlocked());
   }
 }
-
-TEST(UdpState, NamesTheStatesThatEachGroupKnows) {
-  EXPECT_STREQ(Vek::GetArmStateStr(109), "TRANS_TO_IDLE");
-  EXPECT_STREQ(Vek::GetBodyStateStr(102), "TRANS_TO_TORQUE");
-  EXPECT_STREQ(Vek::GetArmStateStr(4), "Unknown State");
-  for (const int state : {2, 3, 102, 103}) {
-    EXPECT_STREQ(Vek::GetHeadStateStr(state), "Unknown State");
-    EXPECT_STREQ(Vek::GetLiftStateStr(state), "Unknown State");
-  }
-  EXPECT_STREQ(Vek::GetLiftStateStr(100), "ERROR");
-}

@@ -88,7 +88,7 @@ std::vector<Frame> VekRig::TakeFrames(const GroupRow& group) {
 
 std::vector<Frame> VekRig::Play(const GroupRow& group, int cycles) {
   std::vector<Frame> all;
-  for (int k = 0; k < cycles; ++k) {
+  while (cycles-- > 0) {
     Cycle();
     for (const Frame& frame : TakeFrames(group)) all.push_back(frame);
   }
