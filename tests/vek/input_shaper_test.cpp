@@ -68,19 +68,22 @@ TEST_F(Shaper, BlendsFromTheFrameOnThatFillsTheDelay) {
 
 TEST_F(Shaper, FollowsTheFrequencyWhileStreaming) {
   Enter();
-  const std::vector<double> plain = Run(400);
-  Configure(10, 1, 0);
+  const std::vector<double> plain = Run(500);
+  Configure(10, 0, 0);
   Enter();
-  Run(150);
-  // Off: unshaped at once. On again: blended at once, with the delay of the last entry.
-  Configure(0, 1, 0);
-  Enter();
-  EXPECT_EQ(Run(400), plain);
-  Configure(10, 1, 0);
-  rig_.Cycle();
-  const std::vector<Frame> frames = rig_.TakeFrames(Body());
-  ASSERT_FALSE(frames.empty());
-  EXPECT_TRUE(std::isfinite(frames.back().pos[5]));
+  rig_.SetTrajState(Body(), TRAJ_START);
+  std::vector<double> switched;
+  std::size_t off = 0, on = 0;
+  for (int cycle = 0; cycle < 150; ++cycle) {
+    if (cycle == 70) off = switched.size();
+    if (cycle == 120) on = switched.size();
+    if (cycle == 70 || cycle == 120) Configure(cycle == 70 ? 0 : 10, 0, 0);
+    for (const Frame& frame : rig_.Play(Body(), 1)) switched.push_back(frame.pos[5]);
+  }
+  for (std::size_t f = off; f < on; ++f) ASSERT_EQ(switched[f], plain[f]) << "off at once";
+  // On again, at once and with the frames of the time before.
+  const double blended = plain[on] / 4 + plain[off - 48] / 2 + plain[off - 99] / 4;
+  EXPECT_NEAR(switched[on], blended, 1e-12);
 }
 
 TEST_F(Shaper, SwitchedOnBeforeItWasEverArmedItGivesZero) {
