@@ -1,5 +1,6 @@
 // The gyro, the stop input and the clock text.
 #include <fcntl.h>
+#include <sys/wait.h>
 
 #include <cstdio>
 
@@ -64,3 +65,20 @@ bool Vek::OpenGpio() {
 void Vek::OnProcessGpio() {}
 void Vek::OnProcessGyro() {}
 void Vek::OnProcessSystemTime() {}
+
+bool Vek::RunShell(const char* command) {
+  const int status = host_system(command);
+  if (status != -1 && WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
+  std::printf("Failed to execute shell: %s\n", command);
+  return false;
+}
+
+bool Vek::RunShellWithReturn(const char* command, char* buffer, unsigned size) {
+  if (buffer == nullptr || size < 2) return false;
+  FILE* stream = host_popen(command);
+  if (stream == nullptr) return false;
+  const bool has_line = std::fgets(buffer, static_cast<int>(size - 1), stream) != nullptr;
+  if (has_line) buffer[size - 1] = '\0';
+  host_pclose(stream);
+  return has_line;
+}

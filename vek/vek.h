@@ -61,6 +61,13 @@ class Vek {
   // Publishes the local time.
   void OnProcessSystemTime();
 
+  // Runs a shell command; false, after a line on standard output, when it does not end with
+  // status 0. Waits for its end; main thread only.
+  bool RunShell(const char* command);
+  // Runs a shell command and takes its first line, at most size - 2 characters with the line feed
+  // if that fits. False when there is none, or no room for one: the buffer is left alone then.
+  bool RunShellWithReturn(const char* command, char* buffer, unsigned size);
+
   // Advance a group's trajectory by at most one sample, into `target` (eight axes, ju). Parts of
   // the cycle; public for whoever plays trajectories without a ring.
   void ComputeArmTraj(int arm, double* target);
