@@ -60,18 +60,18 @@ enum class OperationValue { None, Number, AxisMask, Index };
 enum class OperationResult { None, Value, Float, Text };
 
 struct OperationRow {
-  OperationKind kind;
-  OperationFamily family;
-  int code;          // that of a group's operation counts from the group's base
-  int count;         // consecutive codes: 8 for the sensors, else 1
-  unsigned groups;   // bit g: group g has it; 0: no group's operation
-  const char* name;  // behind "OPINS_" and the group: "BRAKE_LOCK"; null: it has none
-  const char*
-      command;  // its word at a shell where there is no name ("disable-soft-limit"), else null
-  OperationValue value;
-  const char* text;  // what op_text holds, as vekctl and the page call it; null: nothing
-  bool takes_float;  // op_float is an argument
-  OperationResult result;
+  OperationKind kind{};
+  OperationFamily family{};
+  int code = 0;                // that of a group's operation counts from the group's base
+  int count = 1;               // consecutive codes: 8 for the sensors
+  unsigned groups = 0;         // bit g: group g has it; 0: no group's operation
+  const char* name = nullptr;  // behind "OPINS_" and the group: "BRAKE_LOCK"; null: it has none
+  // Its word at a shell where there is no name ("disable-soft-limit"), else null.
+  const char* command = nullptr;
+  OperationValue value = OperationValue::None;
+  const char* text = nullptr;  // what op_text holds, as vekctl and the page call it; null: nothing
+  bool takes_float = false;    // op_float is an argument
+  OperationResult result = OperationResult::None;
 };
 
 // One of the 96 codes.
