@@ -52,7 +52,8 @@ class Vek {
 
   // A pass of the main loop: called in this order by the main thread.
 
-  // Watches the stop input.
+  // Watches the stop input: while it is set or cannot be read, all groups but the lift are asked
+  // for TRANS_TO_POSITION.
   void OnProcessGpio();
   // Feeds the gyro's bytes to its decoder and watches for a frozen gyro.
   void OnProcessGyro();
@@ -60,6 +61,10 @@ class Vek {
   void OnProcessOp();
   // Publishes the local time.
   void OnProcessSystemTime();
+
+  // Reads the level of a GPIO input; false, leaving `level` alone, when that is not possible. Main
+  // thread only.
+  bool GetGpio(int input, int& level);
 
   // Runs a shell command; false, after a line on standard output, when it does not end with
   // status 0. Waits for its end; main thread only.
@@ -104,6 +109,8 @@ class Vek {
   void InitCutters();
   bool OpenGyro();
   bool OpenGpio();
+  void WatchGyro();
+  void ReadGyro();
 
   void TakeJointCommand(const GroupRow& group);
   void AbortRun(const GroupRow& group);
@@ -143,6 +150,7 @@ class Vek {
   IniParser robot_ini_;
   SerialPort serial_port_;
   CYIS100DK gyro_;
+  bool gyro_open_ = false;
   int gpio_fd_ = -1;
 
   bool position_ctrl_ready_ = false;

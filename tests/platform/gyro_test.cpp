@@ -2,32 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <random>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "tests/support/gyro_frames.h"
+
 namespace {
 
-using Bytes = std::string;
 using Values = std::vector<double>;
 
-Bytes Vector(char id, const std::array<int, 3>& values) {
-  return Bytes{id, 12} + Bytes(reinterpret_cast<const char*>(values.data()), 12);
-}
-
-Bytes Frame(const Bytes& payload) {
-  const Bytes body = Bytes{1, 2, static_cast<char>(payload.size())} + payload;
-  int ck1 = 0, ck2 = 0;
-  for (const char c : body) ck2 += ck1 += static_cast<unsigned char>(c);
-  return "\x59\x53" + body + Bytes{static_cast<char>(ck1), static_cast<char>(ck2)};
-}
-
-const Bytes kAcc = Vector(0x10, {1500000, -9806650, 1});
-const Bytes kRate = Vector(0x20, {-2147483647 - 1, 2147483647, 250000});
+const Bytes kAcc = GyroVector(0x10, {1500000, -9806650, 1});
+const Bytes kRate = GyroVector(0x20, {-2147483647 - 1, 2147483647, 250000});
 const Values kBoth = {1.5, -9.80665, 1e-6, -2147.483648, 2147.483647, 0.25};
-const Bytes kGood = Frame(kAcc + kRate);
+const Bytes kGood = GyroFrame(kAcc + kRate);
 
 // The good frame with another byte at one place.
 Bytes Broken(std::size_t at, char byte) {
@@ -54,10 +43,10 @@ TEST(GyroDecoder, FindsEveryGoodFrame) {
       {"bad checksums", Broken(33, 0) + Broken(34, 0), 0, none},
       {"too long, too short, then good", Broken(4, '\xff') + Broken(4, '\x04') + kGood, 1, kBoth},
       {"half, then good", kGood.substr(0, 20) + kGood + kGood, 2, kBoth},
-      {"one vector after the other", Frame(kRate) + Frame(kAcc), 2, kBoth},
-      {"others", Frame(other) + Frame(other + kAcc + kRate), 1, kBoth},
-      {"longest", Frame("\x66\xe1" + longest + kAcc + kRate), 1, kBoth},
-      {"truncated", Frame(kAcc + kRate.substr(0, 13)) + Frame("\x10"), 1, acc},
+      {"one vector after the other", GyroFrame(kRate) + GyroFrame(kAcc), 2, kBoth},
+      {"others", GyroFrame(other) + GyroFrame(other + kAcc + kRate), 1, kBoth},
+      {"longest", GyroFrame("\x66\xe1" + longest + kAcc + kRate), 1, kBoth},
+      {"truncated", GyroFrame(kAcc + kRate.substr(0, 13)) + GyroFrame("\x10"), 1, acc},
   };
   for (const auto& [name, stream, frames, values] : cases) {
     CYIS100DK decoder;
@@ -73,7 +62,7 @@ TEST(GyroDecoder, LosesNoGoodFrameAmongRandomBytesAndPayloads) {
   for (int k = 0; k < 3000; ++k) {
     Bytes noise(random() % 256, 0);
     for (char& c : noise) c = random() % 2 ? likely[random() % 5] : static_cast<char>(random());
-    Feed(decoder, k % 2 ? noise + noise : Frame(noise));
+    Feed(decoder, k % 2 ? noise + noise : GyroFrame(noise));
     ASSERT_EQ(Feed(decoder, kGood), 1) << k;
   }
 }

@@ -9,15 +9,6 @@ using Lines = std::vector<std::string>;
 
 constexpr char kRobotIni[] = "/home/QUARLE/Config/cfg/robot.ini";
 
-// Changes one number of the root's robot.ini.
-void SetIni(const VekRig& rig, const char* section, const char* key, int value) {
-  IniParser ini;
-  const std::string path = rig.root.Path(kRobotIni);
-  ASSERT_TRUE(ini.OnLoad(path.c_str()));
-  ASSERT_TRUE(ini.OnSetValue(section, key, value));
-  ASSERT_TRUE(ini.OnSave(path.c_str()));
-}
-
 }  // namespace
 
 TEST(Init, SetsUpEverythingOfACompleteController) {
@@ -91,7 +82,7 @@ TEST(Init, PositionControlRefusesWhatItCannotServe) {
   VekRig rig;
   for (const Case& c : cases) {
     rig.root.CopySampleIni();
-    SetIni(rig, c.section, c.key, c.value);
+    rig.SetIni(c.section, c.key, c.value);
     EXPECT_FALSE(Vek().OnInit(rig.sys, rig.cfg));
     Lines lines = rig.TakeLog();
     lines.erase(lines.begin());  // the file itself is loaded
@@ -101,8 +92,8 @@ TEST(Init, PositionControlRefusesWhatItCannotServe) {
 
 TEST(Init, AGroupWithoutAxesRunsAllTheSame) {
   VekRig rig;
-  SetIni(rig, "R.A0.BASIC", "Dof", -3);
-  SetIni(rig, "R.L.BASIC", "Dof", 0);
+  rig.SetIni("R.A0.BASIC", "Dof", -3);
+  rig.SetIni("R.L.BASIC", "Dof", 0);
   ASSERT_TRUE(rig.Init());
   for (const GroupRow& group : {kGroups[0], kGroups[4]}) {
     rig.SetJointPos(group, {1, 2});
@@ -133,13 +124,13 @@ TEST(Init, OpensThePeripheralsThatAreConfigured) {
       {0, 1, true, false, false, "/dev/qlm_gpio", 0, 0},
   };
   VekRig rig;
-  SetIni(rig, "R.BASIC", "GyroId", 3);
+  rig.SetIni("R.BASIC", "GyroId", 3);
   constexpr auto kGyroUsed = SHARED_FIELD(SysInfo, gyro_used);
   constexpr auto kGpioUsed = SHARED_FIELD(SysInfo, gpio_used);
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.message);
-    SetIni(rig, "R.BASIC", "GyroType", c.gyro_type);
-    SetIni(rig, "R.BASIC", "UseEMG", c.use_emg);
+    rig.SetIni("R.BASIC", "GyroType", c.gyro_type);
+    rig.SetIni("R.BASIC", "UseEMG", c.use_emg);
     rig.root.Remove("/dev/ttyUSB3");
     rig.root.Remove("/dev/qlm_gpio");
     if (c.gyro_there) rig.root.Write("/dev/ttyUSB3", "");

@@ -34,6 +34,14 @@ VekRig::VekRig() {
   }
 }
 
+void VekRig::SetIni(const char* section, const char* key, int value) const {
+  const std::string path = root.Path("/home/QUARLE/Config/cfg/robot.ini");
+  IniParser ini;
+  ASSERT_TRUE(ini.OnLoad(path.c_str()));
+  ASSERT_TRUE(ini.OnSetValue(section, key, value));
+  ASSERT_TRUE(ini.OnSave(path.c_str()));
+}
+
 void VekRig::SetState(const GroupRow& group, int state) {
   shared::store(sys, group.sys.group_state, state);
 }

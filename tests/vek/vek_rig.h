@@ -17,6 +17,8 @@ class VekRig {
   // Areas, sample robot.ini, axis counts 7, 7, 3, 6, 2, all percents 100, log started.
   VekRig();
   bool Init() { return vek.OnInit(sys, cfg); }
+  // Changes one number of the root's robot.ini.
+  void SetIni(const char* section, const char* key, int value) const;
 
   // The servo task's and the front end's words.
   void SetState(const GroupRow& group, int state);
