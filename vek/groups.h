@@ -10,10 +10,14 @@
 #include "platform/shared_access.h"
 #include "vek/shared_areas.h"
 
-// Words of the group's SysInfo block and of its joint positions.
+// Words of the group's SysInfo block, of its joint positions and of its servos' texts.
 struct GroupSysFields {
   shared::Field<std::int32_t> state_transfer_cmd, group_state, group_state_request, axis_state,
       standstill, brake_unlock, soft_limit_disable;
+  shared::Field<std::int32_t> servo_cmd, sensor_offset_arg;
+  shared::Field<std::uint32_t> servo_error_code, sensor_version, sensor_serial,
+      servo_config_version, physic_state;
+  shared::Field<char> firmware_text;  // that of servo j lies j * AREA_TEXT_SIZE further; no Lift's
   shared::Field<double> joint_pos;
 };
 

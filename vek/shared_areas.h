@@ -24,6 +24,7 @@ enum {
 
   AREA_GROUPS = 5,
   AREA_AXES = 8,         /* axis slots of every group */
+  AREA_TEXT_SIZE = 512,  /* bytes of a text of SysInfo */
   AREA_WAYPOINTS = 5000, /* room of one trajectory block */
   AREA_WAYPOINT_FLOATS = 7,
   AREA_RING_SIZE = 2048, /* bytes of one ring, head included */
@@ -44,6 +45,21 @@ enum {
   GROUP_STATE_TRANS_TO_RELEASE = 103,
   GROUP_STATE_TRANS_TO_IDLE = 109,
   GROUP_STATE_REQUEST_GYRO_FROZEN = 115 /* only as a request */
+};
+
+/* axis_state of an axis whose servo holds it. */
+enum { AXIS_STATE_ENABLED = 5 };
+
+/* servo_cmd: what vek asks of an axis's servo; dru answers with 0 (done) or a negative number. */
+enum {
+  SERVO_CMD_RESET = 3,
+  SERVO_CMD_CLEAR_ENCODER_ERROR = 7,
+  SERVO_CMD_RESET_MULTI_TURN = 8,
+  SERVO_CMD_RESET_SINGLE_TURN = 9,
+  SERVO_CMD_SET_SENSOR_OFFSET = 10, /* argument in sensor_offset_arg */
+  SERVO_CMD_BRAKE_LOCK = 11,
+  SERVO_CMD_BRAKE_UNLOCK = 12,
+  SERVO_CMD_RESET_CSP = 13 /* first stage of the lift's reset */
 };
 
 /* Trajectory-run state byte. 1 and 2 belong to the process that loads the waypoints. */
@@ -112,9 +128,10 @@ typedef struct SysInfo {
   uint8_t reserved_40048[7952];
   JointPosBlock joints[5];
   uint8_t reserved_88000[32512];
-  char firmware_text[4][8][512]; /* dru: per group (no Lift) and servo, zero-terminated */
+  /* dru: per group (no Lift) and servo, zero-terminated */
+  char firmware_text[4][8][AREA_TEXT_SIZE];
   uint8_t reserved_136896[4096];
-  char system_time_text[512]; /* vek: local time */
+  char system_time_text[AREA_TEXT_SIZE]; /* vek: local time */
   uint8_t reserved_141504[63296];
 } SysInfo;
 
