@@ -7,10 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
 #include <limits>
 #include <utility>
 
+#include "ini/guarded.h"
 #include "ini/ini_parser.h"
 #include "platform/debug_log.h"
 #include "platform/shared_access.h"
@@ -19,16 +19,6 @@ namespace {
 
 // User error: a section or a key is missing; arguments: section, key.
 constexpr int kUserErrorMissing = 2;
-
-// Runs an operation that may run out of memory; false when it did.
-template <class Operation>
-bool Guarded(const Operation& operation) noexcept {
-  try {
-    return operation();
-  } catch (const std::exception&) {
-    return false;
-  }
-}
 
 // Bound variables and destinations are words of shared areas, at any alignment.
 void Store(void* dst, const std::string& text) {

@@ -1,64 +1,29 @@
 #include "ini/ini_parser.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <climits>
-#include <cstdio>
-#include <exception>
 #include <initializer_list>
-#include <memory>
 #include <string_view>
+
+#include "ini/guarded.h"
+#include "ini/whole_file.h"
 
 namespace {
 
-using File = std::unique_ptr<FILE, int (*)(FILE*)>;
-
-// Opens without waiting for the other end of a FIFO. Only the open is free of waiting: reads and
-// writes on the stream are ordinary ones.
-File OpenFile(const char* path, int flags, const char* mode) {
-  const int fd = open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
-  FILE* stream = fd < 0 ? nullptr : fdopen(fd, mode);
-  if (stream != nullptr) {
-    fcntl(fd, F_SETFL, 0);
-  } else if (fd >= 0) {
-    close(fd);
-  }
-  return {stream, &fclose};
-}
-
-// The contents of a regular file whose positions fit an int; false for anything else, and when not
-// all of it could be read. Throws for want of memory.
-bool ReadWholeFile(const char* path, std::string& text) {
-  const File file = OpenFile(path, O_RDONLY, "r");
-  struct stat info {};
-  if (!file || fstat(fileno(file.get()), &info) != 0) return false;
-  if (!S_ISREG(info.st_mode) || info.st_size > INT_MAX) return false;
-  text.resize(static_cast<std::size_t>(info.st_size));
-  return std::fread(text.data(), 1, text.size(), file.get()) == text.size();
-}
-
-// A failed write is not reported, like a failed close: only the opening of the file decides.
-void Write(FILE* file, std::initializer_list<std::string_view> parts) {
-  for (const std::string_view part : parts) {
-    (void)std::fwrite(part.data(), 1, part.size(), file);
-  }
+void Append(std::string& text, std::initializer_list<std::string_view> parts) {
+  for (const std::string_view part : parts) text += part;
 }
 
 }  // namespace
 
 bool IniParser::OnLoad(const char* path) {
   sections_.clear();
-  try {
+  const bool loaded = Guarded([&] {
     std::string text;
     if (!ReadWholeFile(path, text)) return false;
     Parse(text);
     return true;
-  } catch (const std::exception&) {  // out of memory
-    sections_.clear();
-    return false;
-  }
+  });
+  if (!loaded) sections_.clear();
+  return loaded;
 }
 
 void IniParser::Parse(const std::string& text) {
@@ -120,16 +85,16 @@ void IniParser::Parse(const std::string& text) {
 }
 
 bool IniParser::OnSave(const char* path) {
-  const File file = OpenFile(path, O_WRONLY | O_CREAT | O_TRUNC, "w");
-  if (!file) return false;
-  std::setvbuf(file.get(), nullptr, _IOLBF, BUFSIZ);  // what was written stands line by line
-  for (const auto& [name, section] : sections_) {
-    Write(file.get(), {"[", name, "]\n"});
-    for (const auto& [key, param] : section.params_) {
-      Write(file.get(), {key, "=", param.value_, "\n"});
+  return Guarded([&] {
+    std::string text;
+    for (const auto& [name, section] : sections_) {
+      Append(text, {"[", name, "]\n"});
+      for (const auto& [key, param] : section.params_) {
+        Append(text, {key, "=", param.value_, "\n"});
+      }
     }
-  }
-  return true;
+    return ReplaceFile(path, text);
+  });
 }
 
 void IniParser::SkipLine(const char* buf, int len, int& pos) {

@@ -22,7 +22,9 @@ class IniParser {
   // document, when the path is no readable regular file, the file is too large for a 32-bit
   // position or memory is short.
   bool OnLoad(const char* path);
-  // Writes the document; false when the file cannot be opened for writing.
+  // Writes the document, so that an interruption leaves the former file or the new one whole (see
+  // ReplaceFile). False, with the file as it was, when it cannot be opened for writing, the
+  // document cannot be written or memory is short.
   bool OnSave(const char* path);
   // Advances pos over blanks, tabs, line feeds and carriage returns, up to len.
   void SkipLine(const char* buf, int len, int& pos);
