@@ -100,8 +100,8 @@ TEST_F(Trapped, TheTrapCatchesHeapLocksAndSystemCalls) {
       {[&] { block = operator new(8); }, "malloc"},
       {[&] { block = operator new (64, std::align_val_t{64}); }, "aligned_alloc"},
       {[&] { mutex.lock(); }, "pthread_mutex_lock"},
-      {[] { getppid(); }, "system call " + std::to_string(SYS_getppid)},
-      {[] { usleep(1); }, "system call " + std::to_string(SYS_clock_nanosleep)},
+      {[] { getppid(); }, std::string("system call ") + std::to_string(SYS_getppid)},
+      {[] { usleep(1); }, std::string("system call ") + std::to_string(SYS_clock_nanosleep)},
   };
   for (const auto& [work, caught] : kCases) EXPECT_EQ(Caught(work), caught);
 }
@@ -160,10 +160,10 @@ TEST_F(TrappedCycle, RunsThatEndStopAbortAndFail) {
     for (const char* text :
          {": Run traj plan finish at {", ": Run traj plan stop at {",
           ": Failed to plan traj mid, OnCutPoint(P", ": Failed to plan traj end, OnCutStop(P"}) {
-      EXPECT_NE(LogLines(group.name + std::string(text)).empty(), group.plays_trajectories())
+      EXPECT_NE(LogLines(std::string(group.name) + text).empty(), group.plays_trajectories())
           << group.name << text;
     }
-    EXPECT_NE(LogLines(group.name + std::string(": UDP_ARM")).empty(), group.is_arm);
+    EXPECT_NE(LogLines(std::string(group.name) + ": UDP_ARM").empty(), group.is_arm);
   }
   EXPECT_FALSE(LogLines("Body: OnProcessPosCtrl: EI write acb faile").empty());
   EXPECT_FALSE(LogLines("Body: OnProcessPosCtrl: EI peek acb_T/2 faile").empty());
