@@ -26,3 +26,7 @@ template <class... Parts>
 [[noreturn]] void Fail(const Parts&... parts) {
   throw Failure(kStatusFailed, Text(parts...));
 }
+
+// Runs a tool and gives the exit status. A Failure ends in one line on standard error and its
+// status, anything else that is thrown in status 1.
+int RunTool(const char* name, int (*tool)(int argc, char** argv), int argc, char** argv) noexcept;

@@ -1,7 +1,6 @@
 #include "tools/tool_main.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -11,8 +10,11 @@ namespace {
 
 // A word that is no command counts as none given; the word itself says more.
 std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
-  const std::vector<std::string> words = app.remaining();
-  const bool no_command = error.get_name() == "RequiredError" && app.get_subcommands().empty();
+  const CLI::App* last = &app;  // of the commands that were named
+  while (!last->get_subcommands().empty()) last = last->get_subcommands().front();
+  const std::vector<std::string> words = app.remaining(true);
+  const bool no_command =
+      error.get_name() == "RequiredError" && last->get_require_subcommand_min() > 0;
   std::string text = no_command && !words.empty() ? "no command " + words.front() : error.what();
   std::replace(text.begin(), text.end(), '\n', ' ');
   return text;
@@ -34,17 +36,5 @@ bool ParseArguments(CLI::App& app, int argc, char** argv) {
     if (error.get_exit_code() != 0) FailUsage(Explain(app, error));
     app.exit(error);
     return false;
-  }
-}
-
-int RunTool(const char* name, int (*tool)(int argc, char** argv), int argc, char** argv) noexcept {
-  try {
-    return tool(argc, argv);
-  } catch (const Failure& failure) {
-    std::fprintf(stderr, "%s: %s\n", name, failure.what());
-    return failure.status();
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", name, error.what());
-    return kStatusFailed;
   }
 }
