@@ -1,8 +1,12 @@
-// The operations of the mailbox as data: one row for each kind, from which the dispatcher finds its
-// handler, vekctl its commands and docs/operations.md its page.
+// The operations of the mailbox as data: one row for each kind (two where the lift differs), from
+// which the dispatcher finds its handler, its checks and its messages, vekctl its commands and
+// docs/operations.md its page.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,6 +63,60 @@ enum class OperationValue { None, Number, AxisMask, Index };
 // Where an operation leaves its result.
 enum class OperationResult { None, Value, Float, Text };
 
+// When an operation logs a message.
+enum class OperationEvent {
+  Started,
+  Ignored,      // there is nothing to do
+  Busy,         // a servo has not answered an earlier command
+  Rejected,     // an argument or the group's state does not allow it
+  Skipped,      // one axis is left out
+  StageFailed,  // a stage that has a status of its own
+  Failed,
+  Done,
+};
+
+// What every free text begins with: it fills the format's first "%s".
+inline constexpr char kOperationLogPrefix[] = "OnProcessOp";
+// Logged beside the operation's own messages, without that prefix.
+inline constexpr char kServoBusyText[] = "Servo %d is busy";
+inline constexpr char kServosFailedText[] = "%d servos failed to process cmd";
+
+struct OperationText {
+  enum class Level { None, Info, Warn } level = Level::None;
+  const char* format = nullptr;  // a free text; null: the user message of the code
+  int user_code = 0;
+  // What the page calls the arguments (behind the prefix), one word each: GROUP and NAME are the
+  // operation's, others stand as they are.
+  const char* arguments = "";
+};
+
+struct OperationMessage {
+  OperationEvent event;
+  OperationStatus status;  // that the operation ends with, if the event ends it
+  const char* when;        // the event in words
+  OperationText text;
+  unsigned groups = ~0U;             // those that log it
+  const char* group_name = nullptr;  // said in place of the group's own
+  const char* name_suffix = "";      // said behind the operation's name
+};
+
+// The axes whose command words an operation writes.
+enum class ServoTarget {
+  None,
+  AllAxes,
+  MaskedAxes,       // bit j of op_value: axis j
+  MaskedIdleAxes,   // the same without enabled axes
+  AddressedSensor,  // the word of the sensor's number, with op_value as the argument
+};
+
+// A command that is written and waited for.
+struct ServoStage {
+  std::int32_t command = 0;  // SERVO_CMD_…; 0: no stage
+  OperationEvent failure = OperationEvent::Failed;
+};
+
+inline constexpr int kAnyState = -1;
+
 struct OperationRow {
   OperationKind kind{};
   OperationFamily family{};
@@ -68,11 +126,24 @@ struct OperationRow {
   const char* name = nullptr;  // behind "OPINS_" and the group: "BRAKE_LOCK"; null: it has none
   // Its word at a shell where there is no name ("disable-soft-limit"), else null.
   const char* command = nullptr;
+  const char* about = "";  // what it does, a sentence
   OperationValue value = OperationValue::None;
+  const char* value_meaning = "";
+  int index_limit = 0;         // an Index is below
   const char* text = nullptr;  // what op_text holds, as vekctl and the page call it; null: nothing
   bool takes_float = false;    // op_float is an argument
   OperationResult result = OperationResult::None;
+  const char* result_meaning = "";
+  const char* precondition = "";   // beside the group's state, idle servos and the index
+  int required_state = kAnyState;  // group_state, looked at before anything else
+  std::array<ServoStage, 2> stages{};
+  ServoTarget target = ServoTarget::None;
+  shared::Field<std::uint32_t> GroupSysFields::*word = nullptr;  // that a query reads
+  std::span<const OperationMessage> messages;
 };
+
+// The rows of a family, by ascending code but for those of the lift.
+std::span<const OperationRow> OperationRows(OperationFamily family);
 
 // One of the 96 codes.
 struct Operation {
