@@ -9,6 +9,7 @@
 #include <atomic>
 
 #include "cuter/ccuter50.h"
+#include "ini/ini_handler.h"
 #include "ini/ini_parser.h"
 #include "platform/gyro.h"
 #include "platform/motion_maths.h"
@@ -148,6 +149,7 @@ class Vek {
   CACB ei_acb_;  // the body's unshaped frames
   InputShaper shaper_;
   IniParser robot_ini_;
+  IniHandler ini_handler_;  // a facility: nothing calls it at run time
   SerialPort serial_port_;
   CYIS100DK gyro_;
   bool gyro_open_ = false;
