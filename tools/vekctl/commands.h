@@ -77,6 +77,14 @@ struct WhyOptions {
 // Names the first reason why a group does not move; status 1 when there is one. Changes nothing.
 int RunWhy(const WhyOptions& options);
 
+struct MergeOptions {
+  std::string target;  // to be brought into the layout of the reference
+  std::string reference;
+  std::string script;  // of operations
+};
+// Merges INI files, given by their literal paths; the log on standard error tells of it.
+int RunMerge(const MergeOptions& options);
+
 struct PlotOptions {
   std::string frames;
   std::string output;

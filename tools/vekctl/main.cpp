@@ -18,6 +18,7 @@ struct Options {
   SpeedOptions speed;
   BrakeFreeOptions brake_free;
   WhyOptions why;
+  MergeOptions merge;
   PlotOptions plot;
   VibrationOptions vibration;
   VerifyOptions verify;
@@ -48,6 +49,12 @@ Commands GeneralCommands(Options& all) {
        "Show Vek, the servo task and the groups",
        {},
        [&] { return RunStatus(all.root); }},
+      {"merge",
+       "Bring an INI file into the layout of a reference",
+       {{"TARGET", &all.merge.target, "INI file, which keeps its values"},
+        {"REFERENCE", &all.merge.reference, "INI file with the sections and keys"},
+        {"SCRIPT", &all.merge.script, "Operations, one a line"}},
+       With(all, all.merge, RunMerge)},
   };
 }
 
