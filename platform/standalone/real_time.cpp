@@ -22,6 +22,7 @@
 #endif
 
 #include "platform/standalone/platform_warning.h"
+#include "platform/task_timing.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define VEK_SANITIZED 1
@@ -35,6 +36,9 @@ namespace real_time {
 namespace {
 
 using logging::platform_warning;
+using task_timing::Lack;
+
+constexpr Lacks kNone = 0;
 
 // The sanitizers' shadow memory can be neither locked nor their heap tuned.
 #ifdef VEK_SANITIZED
@@ -57,33 +61,36 @@ bool may_lock_memory() {
   return unlimited || has_capability(CAP_IPC_LOCK);
 }
 
-void lock_memory() {
-  if (kSanitized) return;
-  if (!may_lock_memory()) {
+Lacks lock_memory() {
+  if (kSanitized) {
+    platform_warning("memory is not locked: a sanitizer's shadow memory cannot be");
+  } else if (!may_lock_memory()) {
     platform_warning("memory is not locked: no unlimited RLIMIT_MEMLOCK and no CAP_IPC_LOCK");
   } else if (mlockall(MCL_CURRENT | MCL_FUTURE) != 0) {
     platform_warning("memory is not locked: %s", strerror(errno));
+  } else {
+    return kNone;
   }
+  return Lack::kMemoryNotLocked;
 }
 
-void keep_heap() {
-  if (kSanitized) return;
-  if (mallopt(M_TRIM_THRESHOLD, -1) == 0 || mallopt(M_MMAP_MAX, 0) == 0) {
-    platform_warning("the heap gives memory back to the system: mallopt failed");
+Lacks keep_heap() {
+  if (kSanitized || (mallopt(M_TRIM_THRESHOLD, -1) != 0 && mallopt(M_MMAP_MAX, 0) != 0)) {
+    return kNone;
   }
+  platform_warning("the heap gives memory back to the system: mallopt failed");
+  return Lack::kHeapShrinks;
 }
 
 // The request holds as long as the file is open, which is until the process ends.
-void hold_processor_latency() {
+Lacks hold_processor_latency() {
   constexpr const char* kPath = "/dev/cpu_dma_latency";
   const int fd = open(kPath, O_WRONLY | O_CLOEXEC);
   const std::int32_t microseconds = 0;
-  if (fd < 0) {
-    platform_warning("%s is not held, processors may sleep deeply: %s", kPath, strerror(errno));
-  } else if (write(fd, &microseconds, sizeof microseconds) != sizeof microseconds) {
-    platform_warning("%s is not held, processors may sleep deeply: %s", kPath, strerror(errno));
-    close(fd);
-  }
+  if (fd >= 0 && write(fd, &microseconds, sizeof microseconds) == sizeof microseconds) return kNone;
+  platform_warning("%s is not held, processors may sleep deeply: %s", kPath, strerror(errno));
+  if (fd >= 0) close(fd);
+  return Lack::kDeepSleep;
 }
 
 // The processors that are wanted and there.
@@ -98,13 +105,29 @@ cpu_set_t usable_processors(unsigned wanted) {
   return usable;
 }
 
-void bind_to_processors(const ThreadPlan& plan) {
+// A processor that is not there is none to be bound to, and no lack.
+Lacks bind_to_processors(const ThreadPlan& plan) {
   const cpu_set_t usable = usable_processors(plan.processors);
-  if (CPU_COUNT(&usable) == 0) return;
+  if (CPU_COUNT(&usable) == 0) return kNone;
   const int error = pthread_setaffinity_np(pthread_self(), sizeof usable, &usable);
-  if (error != 0) {
-    platform_warning("%s is not bound to its processor: %s", plan.name, strerror(error));
-  }
+  if (error == 0) return kNone;
+  platform_warning("%s is not bound to its processor: %s", plan.name, strerror(error));
+  return Lack::kNotBound;
+}
+
+// Real-time threads have no timer slack; this is for one that had to do without priority.
+Lacks sharpen_timers(const ThreadPlan& plan) {
+  if (prctl(PR_SET_TIMERSLACK, 1UL) == 0) return kNone;
+  platform_warning("%s keeps its timer slack: %s", plan.name, strerror(errno));
+  return Lack::kTimerSlack;
+}
+
+// Its lack was told when the thread was created.
+Lacks check_priority(const ThreadPlan& plan) {
+  int policy = SCHED_OTHER;
+  sched_param parameters{};
+  pthread_getschedparam(pthread_self(), &policy, &parameters);
+  return plan.priority == 0 || policy == SCHED_FIFO ? kNone : Lack::kNoPriority;
 }
 
 // More of the stack than a cycle needs is there before the first one.
@@ -125,14 +148,14 @@ void flush_denormals() {
 
 }  // namespace
 
-void prepare_process() {
-  static const bool prepared = [] {
-    keep_heap();
-    lock_memory();
-    hold_processor_latency();
-    return true;
+Lacks prepare_process() {
+  static const Lacks lacks = [] {
+    Lacks found = keep_heap();
+    found |= lock_memory();
+    found |= hold_processor_latency();
+    return found;
   }();
-  static_cast<void>(prepared);
+  return lacks;
 }
 
 int create_thread(pthread_t* thread, const ThreadPlan& plan, void* (*run)(void*), void* argument) {
@@ -163,15 +186,11 @@ int create_thread(pthread_t* thread, const ThreadPlan& plan, void* (*run)(void*)
   return error;
 }
 
-void prepare_this_thread(const ThreadPlan& plan) {
+Lacks prepare_this_thread(const ThreadPlan& plan) {
   pthread_setname_np(pthread_self(), plan.name);
-  bind_to_processors(plan);
-  // Real-time threads have no timer slack; this is for one that had to do without priority.
-  if (prctl(PR_SET_TIMERSLACK, 1UL) != 0) {
-    platform_warning("%s keeps its timer slack: %s", plan.name, strerror(errno));
-  }
   touch_stack();
   flush_denormals();
+  return bind_to_processors(plan) | sharpen_timers(plan) | check_priority(plan);
 }
 
 }  // namespace real_time

@@ -5,12 +5,15 @@
 #include <pthread.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace real_time {
 
+using Lacks = std::uint32_t;  // task_timing::Lack bits: what could not be had
+
 // Locks memory where the process may, keeps the heap from giving pages back, and keeps the
-// processors out of deep sleep until the process ends. Once; further calls do nothing.
-void prepare_process();
+// processors out of deep sleep until the process ends. Once; further calls only tell the lacks.
+Lacks prepare_process();
 
 struct ThreadPlan {
   const char* name;
@@ -25,6 +28,6 @@ inline constexpr std::size_t kLeastStack = 1024UL * 1024;
 int create_thread(pthread_t* thread, const ThreadPlan& plan, void* (*run)(void*), void* argument);
 
 // The thread's own part, before its work: processors, stack, timers, floating point.
-void prepare_this_thread(const ThreadPlan& plan);
+Lacks prepare_this_thread(const ThreadPlan& plan);
 
 }  // namespace real_time
