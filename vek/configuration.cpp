@@ -76,10 +76,12 @@ bool ReadSections(IniParser& ini, CfgConfig* cfg) {
 
 }  // namespace
 
-bool LoadRobotConfiguration(IniParser& ini, CfgConfig* cfg) {
+bool LoadRobotConfiguration(IniParser& ini, CfgConfig* cfg, bool* has_document) {
   SetComplete(cfg, 0);
+  *has_document = false;
   try {
-    if (!ini.OnLoad(host_path(kRobotIni).c_str())) {
+    *has_document = ini.OnLoad(host_path(kRobotIni).c_str());
+    if (!*has_document) {
       g_log_clt.ERROR_USER(kUserErrorNoRobotIni);
       return false;
     }
@@ -93,5 +95,10 @@ bool LoadRobotConfiguration(IniParser& ini, CfgConfig* cfg) {
 }
 
 bool Vek::LoadRobotIni() {
-  return LoadRobotConfiguration(robot_ini_, cfg_);
+  return LoadRobotConfiguration(robot_ini_, cfg_, &has_robot_ini_);
+}
+
+bool Vek::SaveRobotIni() {
+  // A document that was never read would leave an empty file.
+  return has_robot_ini_ && robot_ini_.OnSave(host_path(kRobotIni).c_str());
 }

@@ -9,4 +9,5 @@
 // outlive `cfg`. True, with the load-complete flag 1, when every known section was whole. False
 // otherwise, with its message: the flag is 0, what was read before stays. Values are taken as
 // written, unchecked. Main thread, before the real-time task; nothing throws.
-bool LoadRobotConfiguration(IniParser& ini, CfgConfig* cfg);
+// `has_document`: whether the file could be read.
+bool LoadRobotConfiguration(IniParser& ini, CfgConfig* cfg, bool* has_document);

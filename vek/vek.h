@@ -67,6 +67,18 @@ class Vek {
   // thread only.
   bool GetGpio(int input, int& level);
 
+  // Whether none of `count` servo command words is busy, that is positive; the first that is one is
+  // logged. True when `count` is below 1.
+  static bool IsServoCmdIdle(int count, int* words);
+  // Waits, 10 ms at least and without a limit, until none of the words is busy. True when all ended
+  // well; negative words are counted and logged. False, too, as soon as the process is told to end.
+  // Main thread only.
+  static bool WaitServoCmdProcess(int count, int* words);
+
+  // Splits "section.key" at the last dot, which becomes a zero byte; false, changing nothing, when
+  // there is none or the name is null. The caller's buffers have room for either half.
+  static bool SplitParamFullName(char* full_name, char* section, char* key);
+
   // Runs a shell command; false, after a line on standard output, when it does not end with
   // status 0. Waits for its end; main thread only.
   bool RunShell(const char* command);
@@ -101,11 +113,14 @@ class Vek {
   struct PosCtrlState;
   struct TrajState;
   struct ScaleCommand;
+  // An operation of the mailbox while it is executed.
+  class OperationRun;
 
   bool MapAreas();
   bool AttachRings();
   bool MapTrajBuf();
   bool LoadRobotIni();
+  bool SaveRobotIni();
   bool InitPositionCtrl();
   void InitCutters();
   bool OpenGyro();
@@ -149,7 +164,8 @@ class Vek {
   CACB ei_acb_;  // the body's unshaped frames
   InputShaper shaper_;
   IniParser robot_ini_;
-  IniHandler ini_handler_;  // a facility: nothing calls it at run time
+  bool has_robot_ini_ = false;  // the document was read: saving it loses nothing
+  IniHandler ini_handler_;      // a facility: nothing calls it at run time
   SerialPort serial_port_;
   CYIS100DK gyro_;
   bool gyro_open_ = false;

@@ -95,7 +95,8 @@ struct Configuration : testing::Test {
   }
   bool Load() {
     std::ranges::fill(area, kUntouched);
-    return LoadRobotConfiguration(ini, reinterpret_cast<CfgConfig*>(area.data()));
+    bool has_document = false;
+    return LoadRobotConfiguration(ini, reinterpret_cast<CfgConfig*>(area.data()), &has_document);
   }
 };
 
