@@ -65,7 +65,7 @@ TEST(WrongFile, IsRefusedByItsNameAndLine) {
       ReadScript,
       {{"0 quit\n\nsoon quit", ":3: 'soon' is no cycle from 0 to 2147483647"},
        {"1", ":1: an action is missing"},
-       {"1 state arm0", ":1: state takes 2 arguments, not 1"},
+       {"1 state arm0", ":1: expected 'state GROUP NAME'"},
        {"1 stop head", ":1: group head plays no trajectories"},
        {"1 traj arm0 /no.csv", ":1: /no.csv: cannot be read"},
        {"1 set cfgconfig 0 u8 1", ":1: no area cfgconfig: sysinfo, mac and udp can be set"},

@@ -51,7 +51,7 @@ class ServoModelTest : public testing::TestWithParam<int> {
   ServoModel model_{
       group_,
       {.sys = sys_.data(), .mac = mac_.data(), .udp = udp_.data(), .vek2dru = vek2dru_.data()},
-      kTransition};
+      {.transition = kTransition, .command = 1}};
 };
 
 TEST_P(ServoModelTest, EntryEmptiesTheRingAndWaitsForAStartFrame) {

@@ -23,10 +23,17 @@ int TransitionTo(int target) {
   }
 }
 
+bool IsEnabled(int state) {
+  return state >= GROUP_STATE_POSITION && state <= GROUP_STATE_RELEASE;
+}
+
 }  // namespace
 
-ServoModel::ServoModel(const GroupRow& group, const ServoAreas& areas, int transition_cycles)
-    : group_(group), areas_(areas), transition_cycles_(transition_cycles) {
+ServoModel::ServoModel(const GroupRow& group, const ServoAreas& areas, const ServoTimes& times)
+    : group_(group),
+      areas_(areas),
+      transition_cycles_(times.transition),
+      servos_(group, areas.sys, times.command) {
   if (!ring_.OnAttach(areas_.vek2dru + group_.ring, AREA_RING_SIZE)) {
     Fail("the ring of ", group_.key, " cannot be attached");
   }
@@ -35,7 +42,9 @@ ServoModel::ServoModel(const GroupRow& group, const ServoAreas& areas, int trans
 void ServoModel::OnStart(int axes, const Axes& pose) {
   shared::store(areas_.mac, group_.axes, axes);
   shared::store(areas_.sys, group_.sys.state_transfer_cmd, GROUP_STATE_IDLE);
+  shared::store(areas_.sys, group_.sys.group_state_request, 0);
   shared::store(areas_.udp, group_.udp.state_cmd, std::uint16_t{GROUP_STATE_IDLE});
+  servos_.OnStart();
   joint_pos_ = pose;
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
     shared::store(areas_.sys, group_.sys.joint_pos, pose[j], j);
@@ -45,7 +54,9 @@ void ServoModel::OnStart(int axes, const Axes& pose) {
 }
 
 bool ServoModel::OnCycle(double period_s) {
-  FollowRequest();
+  servos_.OnCycle();
+  FollowFaults();
+  if (state_ != GROUP_STATE_ERROR) FollowRequest();
   if (state_ != GROUP_STATE_POSITION || paused_) return false;
   if (!TakeFrame()) {
     if (streaming_) ++counts_.starved;
@@ -55,8 +66,23 @@ bool ServoModel::OnCycle(double period_s) {
   return true;
 }
 
-void ServoModel::SetBrakeUnlocked(bool unlocked) {
-  shared::store(areas_.sys, group_.sys.brake_unlock, unlocked ? 1 : 0);
+void ServoModel::SetFault(std::size_t axis, std::uint32_t code) {
+  if (axis >= AxisCount()) Fail(group_.key, " has ", AxisCount(), " axes");
+  servos_.SetFault(axis, code);
+}
+
+void ServoModel::FollowFaults() {
+  if (servos_.HasFault() == (state_ == GROUP_STATE_ERROR)) return;
+  target_ = GROUP_STATE_IDLE;
+  if (servos_.HasFault()) {
+    shared::store(areas_.sys, group_.sys.standstill, 1);
+    SetState(GROUP_STATE_ERROR);
+    return;
+  }
+  // The request of before the fault still stands in the word, which Vek leaves alone as long as it
+  // sees ERROR. Taken out, it cannot set the group going by itself, and made anew it is seen.
+  shared::store(areas_.sys, group_.sys.state_transfer_cmd, GROUP_STATE_IDLE);
+  SetState(GROUP_STATE_IDLE);
 }
 
 void ServoModel::FollowRequest() {
@@ -97,7 +123,7 @@ bool ServoModel::TakeFrame() {
 }
 
 void ServoModel::Follow(double period_s) {
-  const std::size_t axes = ClampAxes(shared::load(areas_.mac, group_.axes));
+  const std::size_t axes = AxisCount();
   bool still = true;
   for (std::size_t j = 0; j < axes; ++j) {
     still = still && std::fabs(frame_.pos[j] - joint_pos_[j]) < kStandstillSpeed * period_s;
@@ -109,5 +135,14 @@ void ServoModel::Follow(double period_s) {
 
 void ServoModel::SetState(int state) {
   state_ = state;
+  const std::size_t enabled = IsEnabled(state) ? AxisCount() : 0;
+  for (std::size_t j = 0; j < AREA_AXES; ++j) {
+    shared::store(areas_.sys, group_.sys.axis_state, j < enabled ? AXIS_STATE_ENABLED : 0, j);
+  }
+  shared::store(areas_.sys, group_.sys.physic_state, IsEnabled(state) ? 1 : 0);
   shared::store_release(areas_.sys, group_.sys.group_state, state);
+}
+
+std::size_t ServoModel::AxisCount() const {
+  return ClampAxes(shared::load(areas_.mac, group_.axes));
 }

@@ -1,0 +1,10 @@
+// The plain file that stands for the GPIO device beneath a root.
+#pragma once
+
+#include <cstdint>
+
+inline constexpr int kHighestGpioInput = 1023;
+
+// Sets the level of an input, 0 … kHighestGpioInput. A Failure when there is no such file; a real
+// device is left alone.
+void SetGpioLevel(int input, std::int32_t level);
