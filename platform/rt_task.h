@@ -25,7 +25,7 @@ void rt_print_auto_init(int on);
 // then runs without them, after one warning for each.
 int rt_task_create(RT_TASK* task, const char* name, int stksize, int prio, int mode);
 // Lets `fun(cookie)` run in the task. -EINVAL, -EIDRM (not created), -EBUSY (already started),
-// -EPERM, -ENOMEM.
+// -EPERM (a second task in simulated time), -ENOMEM.
 int rt_task_start(RT_TASK* task, void (*fun)(void*), void* cookie);
 // Asks the task to stop and waits until it has ended; nothing when it was never created. The task
 // sees the request as -EINTR of its next rt_task_wait_period. -EINVAL (null), -EPERM (the caller).

@@ -8,8 +8,10 @@
 #include <cstring>
 #include <new>
 
+#include "platform/standalone/clock.h"
 #include "platform/standalone/desk_host.h"
 #include "platform/standalone/host_root.h"
+#include "platform/standalone/lockstep.h"
 
 namespace {
 
@@ -75,9 +77,12 @@ int host_settimeofday(const timeval* now) {
 }
 
 int host_gettimeofday(timeval* now) {
-  return gettimeofday(now, nullptr);
+  const std::timespec time = standalone::wall_time();
+  *now = {.tv_sec = time.tv_sec, .tv_usec = static_cast<suseconds_t>(time.tv_nsec / 1000)};
+  return 0;
 }
 
 void host_usleep(unsigned microseconds) {
+  if (lockstep::active() && lockstep::sleep_in_loop(RTIME{microseconds} * 1000)) return;
   usleep(microseconds);
 }

@@ -15,7 +15,7 @@ enum class Origin : std::uint8_t { kFree, kUser, kPlatform };
 
 struct Record {
   const char* format = nullptr;
-  std::timespec stamp{};  // CLOCK_REALTIME
+  std::timespec stamp{};  // of the calendar
   int code = 0;           // of a user message
   Level level = Level::kInfo;
   Origin origin = Origin::kFree;

@@ -5,15 +5,15 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <ctime>
 #include <new>
 
+#include "platform/simulated_time.h"
+#include "platform/standalone/lockstep.h"
 #include "platform/standalone/real_time.h"
 #include "platform/standalone/task_period.h"
 
 namespace {
 
-constexpr RTIME kNsPerSecond = 1'000'000'000;
 // A task sleeps no longer at a stretch, so that it sees a request to stop.
 constexpr RTIME kLongestSleep = 10'000'000;
 constexpr int kHighestPriority = 99;
@@ -40,15 +40,11 @@ Task* task_of(const RT_TASK* descriptor) {
 void* run_task(void* argument) {
   Task* const task = static_cast<Task*>(argument);
   t_calling_task = task;
+  if (lockstep::active()) lockstep::begin_task(task->stop);
   real_time::prepare_this_thread(task->plan);
   task->function(task->cookie);
+  if (lockstep::active()) lockstep::remove_task();
   return nullptr;
-}
-
-void sleep_until(RTIME time) {
-  const std::timespec until{.tv_sec = static_cast<std::time_t>(time / kNsPerSecond),
-                            .tv_nsec = static_cast<long>(time % kNsPerSecond)};
-  clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
 }
 
 }  // namespace
@@ -56,6 +52,8 @@ void sleep_until(RTIME time) {
 void rt_print_auto_init(int) {
   // Lines on standard output are flushed at once, also into a file or a pipe.
   static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ));
+  // The first call of a program that has tasks: from here on it has the clock that they run by.
+  lockstep::join_as_controller();
 }
 
 int rt_task_create(RT_TASK* task, const char* name, int stksize, int prio, int mode) {
@@ -69,7 +67,14 @@ int rt_task_create(RT_TASK* task, const char* name, int stksize, int prio, int m
                    .priority = prio,
                    .processors = static_cast<unsigned>(mode) >> 24};
   task->task = created;
-  real_time::prepare_process();
+  if (lockstep::active()) {
+    // Nobody is late in simulated time; threads that wait for each other share the processors best
+    // as equals.
+    created->plan.priority = 0;
+    created->plan.processors = 0;
+  } else {
+    real_time::prepare_process();
+  }
   return 0;
 }
 
@@ -80,8 +85,10 @@ int rt_task_start(RT_TASK* task, void (*fun)(void*), void* cookie) {
   if (starting->started) return -EBUSY;
   starting->function = fun;
   starting->cookie = cookie;
+  if (lockstep::active() && !lockstep::add_task()) return -EPERM;
   const int error = real_time::create_thread(&starting->thread, starting->plan, run_task, starting);
   starting->started = error == 0;
+  if (lockstep::active() && !starting->started) lockstep::remove_task();
   return error == EAGAIN ? -ENOMEM : -error;
 }
 
@@ -115,23 +122,16 @@ int rt_task_wait_period(unsigned long* overruns) {
   if (task->period == 0) return -EWOULDBLOCK;
   const auto asked_to_stop = [task] { return task->stop.load(std::memory_order_acquire); };
   if (asked_to_stop()) return -EINTR;
-  for (;;) {
-    const RTIME now = rt_timer_read();
-    if (now >= task->next_release) {
-      const auto release = real_time::take_release(now, task->next_release, task->period);
-      task->next_release = release.next;
-      if (overruns != nullptr) *overruns = release.overruns;
-      return release.overruns > 0 ? -ETIMEDOUT : 0;
-    }
+  RTIME now = rt_timer_read();
+  while (now < task->next_release) {
     // Asked in the middle of a wait, a release that is due still ends it as ever: the task then
     // sees by itself that it is to end.
     if (asked_to_stop()) return -EINTR;
-    sleep_until(std::min(task->next_release, now + kLongestSleep));
+    now =
+        simulated_time::sleep_until(std::min(task->next_release, now + kLongestSleep), task->stop);
   }
-}
-
-RTIME rt_timer_read() {
-  std::timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<RTIME>(now.tv_sec) * kNsPerSecond + static_cast<RTIME>(now.tv_nsec);
+  const auto release = real_time::take_release(now, task->next_release, task->period);
+  task->next_release = release.next;
+  if (overruns != nullptr) *overruns = release.overruns;
+  return release.overruns > 0 ? -ETIMEDOUT : 0;
 }
