@@ -11,6 +11,7 @@
 #include "platform/standalone/lockstep.h"
 #include "platform/standalone/real_time.h"
 #include "platform/standalone/task_period.h"
+#include "platform/standalone/timing_recorder.h"
 
 namespace {
 
@@ -29,6 +30,8 @@ struct Task {
   // The task's own thread, or anybody before the start.
   RTIME period = 0;  // 0: none
   RTIME next_release = 0;
+  real_time::Lacks process_lacks = 0;
+  real_time::TimingRecorder timing;
 };
 
 thread_local Task* t_calling_task = nullptr;
@@ -41,7 +44,7 @@ void* run_task(void* argument) {
   Task* const task = static_cast<Task*>(argument);
   t_calling_task = task;
   if (lockstep::active()) lockstep::begin_task(task->stop);
-  real_time::prepare_this_thread(task->plan);
+  task->timing.SetLacks(task->process_lacks | real_time::prepare_this_thread(task->plan));
   task->function(task->cookie);
   if (lockstep::active()) lockstep::remove_task();
   return nullptr;
@@ -73,7 +76,7 @@ int rt_task_create(RT_TASK* task, const char* name, int stksize, int prio, int m
     created->plan.priority = 0;
     created->plan.processors = 0;
   } else {
-    real_time::prepare_process();
+    created->process_lacks = real_time::prepare_process();
   }
   return 0;
 }
@@ -85,7 +88,11 @@ int rt_task_start(RT_TASK* task, void (*fun)(void*), void* cookie) {
   if (starting->started) return -EBUSY;
   starting->function = fun;
   starting->cookie = cookie;
-  if (lockstep::active() && !lockstep::add_task()) return -EPERM;
+  if (!lockstep::active()) {
+    starting->timing.Open(starting->name.data());
+  } else if (!lockstep::add_task()) {
+    return -EPERM;
+  }
   const int error = real_time::create_thread(&starting->thread, starting->plan, run_task, starting);
   starting->started = error == 0;
   if (lockstep::active() && !starting->started) lockstep::remove_task();
@@ -121,8 +128,10 @@ int rt_task_wait_period(unsigned long* overruns) {
   if (task == nullptr) return -EPERM;
   if (task->period == 0) return -EWOULDBLOCK;
   const auto asked_to_stop = [task] { return task->stop.load(std::memory_order_acquire); };
-  if (asked_to_stop()) return -EINTR;
   RTIME now = rt_timer_read();
+  task->timing.EndCycle(now);
+  if (asked_to_stop()) return -EINTR;
+  const bool waits = now < task->next_release;
   while (now < task->next_release) {
     // Asked in the middle of a wait, a release that is due still ends it as ever: the task then
     // sees by itself that it is to end.
@@ -131,6 +140,11 @@ int rt_task_wait_period(unsigned long* overruns) {
         simulated_time::sleep_until(std::min(task->next_release, now + kLongestSleep), task->stop);
   }
   const auto release = real_time::take_release(now, task->next_release, task->period);
+  task->timing.BeginCycle({.period = task->period,
+                           .release = task->next_release,
+                           .now = now,
+                           .waited = waits,
+                           .overruns = release.overruns});
   task->next_release = release.next;
   if (overruns != nullptr) *overruns = release.overruns;
   return release.overruns > 0 ? -ETIMEDOUT : 0;
