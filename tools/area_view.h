@@ -22,6 +22,9 @@ inline constexpr AreaInfo kVek2DruArea{"vek2dru", "/dev/ZQVek2Dru", AREA_VEK2DRU
 inline constexpr AreaInfo kTrajBufArea{"trajbuf", "/home/QUARLE/Tags/TrajBuf.shm",
                                        AREA_TRAJBUF_SIZE};
 
+// The configuration; its path on the controller.
+inline constexpr const char* kRobotIni = "/home/QUARLE/Config/cfg/robot.ini";
+
 // The areas behind device nodes.
 inline constexpr std::array kDeviceAreas{kSysInfoArea, kCfgConfigArea, kMacArea,
                                          kUdpArea,     kSysDbgArea,    kVek2DruArea};

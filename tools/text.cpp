@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kBlanks = " \t\r\n";
 
 template <class Number>
 std::optional<Number> ParseNumber(std::string_view text) {

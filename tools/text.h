@@ -15,7 +15,7 @@ std::string Text(const Parts&... parts) {
   return out.str();
 }
 
-// Without blanks, tabs and carriage returns at both ends.
+// Without blanks, tabs and line ends at both ends.
 std::string_view Trim(std::string_view text);
 // The pieces between the separators; one empty piece for an empty text.
 std::vector<std::string_view> Split(std::string_view text, char separator);

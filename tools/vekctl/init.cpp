@@ -16,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kRobotIni = "/home/QUARLE/Config/cfg/robot.ini";
 constexpr const char* kFolders[] = {
     "/dev", "/home/QUARLE/Config/cfg", "/home/QUARLE/Tags", "/home/QUARLE/Tmp", "/etc/network",
     "/var"};

@@ -2,6 +2,7 @@
 #include "tools/command_line.h"
 #include "tools/failure.h"
 #include "tools/vekctl/commands.h"
+#include "tools/vekctl/operation_commands.h"
 #include "vek/shared_areas.h"
 
 namespace {
@@ -22,6 +23,12 @@ struct Options {
   PlotOptions plot;
   VibrationOptions vibration;
   VerifyOptions verify;
+  OperationOptions mailbox;
+  OpOptions op;
+  OpsOptions ops;
+  ParamOptions param;
+  SystemOptions system;
+  GpioOptions gpio;
 };
 
 constexpr NumberRange kSeconds{0.1, 3600};
@@ -151,10 +158,99 @@ Commands RecordingCommands(Options& all) {
   };
 }
 
+// An argument list with what all commands take that use the mailbox.
+std::vector<Argument> Asking(OperationOptions& options, std::vector<Argument> arguments = {}) {
+  arguments.push_back(
+      {"--timeout", &options.timeout_s, "Seconds to wait for the reply (default 10)", kSeconds});
+  arguments.push_back({"--json", &options.json, "Print one JSON object"});
+  return arguments;
+}
+
+Commands OperationCommands(Options& all) {
+  OperationArguments& given = all.op.arguments;
+  return {
+      {"op", "Have Vek carry out any operation",
+       Asking(all.op, {{"NAME", &all.op.name, "Name or code (vekctl ops lists them)"},
+                       {"--axes", &given.axes, "Axes, from 0: 0,3"},
+                       {"--value", &given.value, "Number or mask, decimal or 0x…"},
+                       {"--index", &given.index, "Servo or sensor, from 0"},
+                       {"--sensor", &given.sensor, "Sensor that the operation acts on, 0 to 7"},
+                       {"--float", &given.real, "Number"},
+                       {"--text", &given.text, "Parameter, time or address"}}),
+       With(all, all.op, RunOp)},
+      {"ops",
+       "List all operations",
+       {{"--json", &all.ops.json, "Print a JSON list"},
+        {"--markdown", &all.ops.markdown, "Print the page of all operations"}},
+       With(all, all.ops, RunOps)},
+      {"reboot", "Reboot the controller", Asking(all.system), With(all, all.system, RunReboot)},
+      {"version", "Print the interface version, or check one",
+       Asking(all.system, {{"CHECK", &all.system.check, "Version that a client needs, 0x…"}}),
+       With(all, all.system, RunVersion)},
+  };
+}
+
+Command Param(Options& all) {
+  ParamOptions& options = all.param;
+  const Argument name{"NAME", &options.name, "SECTION.KEY of robot.ini"};
+  const Argument type{"--type", &options.type, "int, float or string (default the schema's)"};
+  return {"param",
+          "Single parameters of the live configuration",
+          {},
+          {},
+          {{"get", "Print a value", Asking(options, {name, type}), With(all, options, RunParamGet)},
+           {"set", "Set a value, until the next start",
+            Asking(options, {name,
+                             {"VALUE", &options.value, "Number"},
+                             type,
+                             {"--force", &options.force, "Even where that is dangerous"}}),
+            With(all, options, RunParamSet)},
+           {"save", "Write robot.ini", Asking(all.mailbox), With(all, all.mailbox, RunParamSave)},
+           {"diff",
+            "List what is not saved in robot.ini",
+            {{"--json", &all.mailbox.json, "Print a JSON list"}},
+            With(all, all.mailbox, RunParamDiff)}}};
+}
+
+Commands GetAndSetCommands(Options& all) {
+  SystemOptions& system = all.system;
+  return {
+      Param(all),
+      {"time",
+       "The controller's clock",
+       {},
+       {},
+       {{"get", "Print it", Asking(system), With(all, system, RunTimeGet)},
+        {"set", "Set it", Asking(system, {{"TIME", &system.words, "2026-11-21 12:00:00, local"}}),
+         With(all, system, RunTimeSet)}}},
+      {"ip",
+       "The controller's network address",
+       {},
+       {},
+       {{"get", "Print those in use", Asking(system), With(all, system, RunIpGet)},
+        {"set", "Set it for the next start of networking",
+         Asking(system, {{"ADDRESS", &system.words, "192.168.0.2"}}),
+         With(all, system, RunIpSet)}}},
+      {"gpio",
+       "The input levels of a root",
+       {},
+       {},
+       {{"get",
+         "Print one",
+         {{"INPUT", &all.gpio.input, "From 0"}},
+         With(all, all.gpio, RunGpioGet)},
+        {"set",
+         "Set one",
+         {{"INPUT", &all.gpio.input, "From 0"}, {"LEVEL", &all.gpio.level, "32-bit word"}},
+         With(all, all.gpio, RunGpioSet)}}},
+  };
+}
+
 int Vekctl(int argc, char** argv) {
   Options options;
   Commands commands;
-  for (Commands (*const part)(Options&) : {GeneralCommands, MotionCommands, RecordingCommands}) {
+  for (Commands (*const part)(Options&) :
+       {GeneralCommands, MotionCommands, RecordingCommands, OperationCommands, GetAndSetCommands}) {
     for (Command& command : part(options)) commands.push_back(std::move(command));
   }
   return RunCommandLine("vekctl", "Operates Vek through its shared areas.", options.root, commands,

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr const char* kRobotIni = "/home/QUARLE/Config/cfg/robot.ini";
 constexpr double kEndTolerance = 1e-6;    // ju
 constexpr double kLimitTolerance = 1e-6;  // of the limit: rounding of the differences
 

@@ -1,0 +1,52 @@
+// Clock, network address, interface version and reboot.
+#include "tools/vekctl/operation_commands.h"
+
+namespace {
+
+int Get(const SystemOptions& options, OperationKind kind, const char* subject) {
+  const OperationEnd end = AskFor(kind, {}, options);
+  return Tell(options, end, TellingOf(end, subject, end.Result()));
+}
+
+int Set(const SystemOptions& options, OperationKind kind, const char* subject) {
+  std::string text;
+  for (const std::string& word : options.words) text += (text.empty() ? "" : " ") + word;
+  const OperationEnd end = AskFor(kind, {.text = text}, options);
+  return Tell(options, end, TellingOf(end, subject, Text(subject, ": set to ", text)));
+}
+
+int CheckVersion(const SystemOptions& options, std::int32_t version) {
+  const OperationEnd end = AskFor(OperationKind::CheckVersion, {.value = version}, options);
+  Telling telling = TellingOf(end, HexText(version), HexText(version) + ": accepted");
+  if (end.Done() && end.reply.value != 1) telling.trouble = "not accepted";
+  return Tell(options, end, telling);
+}
+
+}  // namespace
+
+int RunTimeGet(const SystemOptions& options) {
+  return Get(options, OperationKind::GetTime, "time");
+}
+
+int RunTimeSet(const SystemOptions& options) {
+  return Set(options, OperationKind::SetTime, "time");
+}
+
+int RunIpGet(const SystemOptions& options) {
+  return Get(options, OperationKind::GetIp, "address");
+}
+
+int RunIpSet(const SystemOptions& options) {
+  return Set(options, OperationKind::SetIp, "address");
+}
+
+int RunVersion(const SystemOptions& options) {
+  if (options.check) return CheckVersion(options, ParseWord(*options.check));
+  const OperationEnd end = AskFor(OperationKind::GetVersion, {}, options);
+  return Tell(options, end, TellingOf(end, "version", HexText(end.reply.value)));
+}
+
+int RunReboot(const SystemOptions& options) {
+  const OperationEnd end = AskFor(OperationKind::Reboot, {}, options);
+  return Tell(options, end, TellingOf(end, "reboot", "reboot: done"));
+}
