@@ -107,4 +107,5 @@ class CACB {
   long first_ = 0;  // byte position of the oldest record
   long used_ = 0;   // bytes taken, record heads included
   long count_ = 0;  // records
+  long alike_ = 0;  // length of every record; -1 when they may differ
 };

@@ -53,6 +53,8 @@ bool CACB::OnInitSize(long size) {
 bool CACB::WriteBuf(const unsigned char* data, long length) {
   const long room = size_ - used_ - kHeadSize;
   if (length < 0 || length > room || !std::in_range<Head>(length)) return false;
+  if (count_ == 0) alike_ = length;
+  if (length != alike_) alike_ = -1;
   const auto head = static_cast<Head>(length);
   const long at = advance(first_, used_, size_);
   put(storage_.get(), size_, at, &head, kHeadSize);
@@ -75,8 +77,12 @@ long CACB::ReadBuf(unsigned char* data, long length) {
 long CACB::PeekBuf(unsigned char* data, long length, long position) const {
   if (position < 0 || position >= count_) return 0;
   long at = first_;
-  for (long k = 0; k < position; ++k) {
-    at = advance(at, kHeadSize + head_at(storage_.get(), size_, at), size_);
+  if (alike_ >= 0) {
+    at = advance(at, position * (kHeadSize + alike_), size_);
+  } else {
+    for (long k = 0; k < position; ++k) {
+      at = advance(at, kHeadSize + head_at(storage_.get(), size_, at), size_);
+    }
   }
   const long copied = std::min<long>(length, head_at(storage_.get(), size_, at));
   if (copied <= 0) return 0;

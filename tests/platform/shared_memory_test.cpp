@@ -5,8 +5,10 @@
 
 #include <climits>
 #include <cstring>
+#include <deque>
 #include <filesystem>
 #include <numeric>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -137,6 +139,36 @@ TEST_F(Ring, WriterAndReaderAtTheSameTime) {
   }
   producer.join();
   EXPECT_EQ(wrong, 0);
+}
+
+// Against a plain queue: records of one length, of several, and of one again.
+TEST(RecordRing, GivesEveryRecordAtItsPlace) {
+  CACB ring;
+  ASSERT_TRUE(ring.OnInitSize(1000));
+  std::deque<Record> model;
+  std::mt19937 random(3);
+  for (int k = 0; k < 20000; ++k) {
+    const bool mixed = k / 3000 % 2 == 1;
+    if (k % 6000 == 0) {
+      ring.Empty();
+      model.clear();
+    }
+    const Record record(mixed ? random() % 40 : 20, static_cast<unsigned char>(k));
+    const bool fits = ring.WriteBuf(record.data(), static_cast<long>(record.size()));
+    if (fits) model.push_back(record);
+    ASSERT_EQ(ring.OnGetStoreNum(), static_cast<long>(model.size()));
+    const std::size_t place = random() % model.size();
+    Record found(40);
+    found.resize(
+        static_cast<std::size_t>(ring.PeekBuf(found.data(), 40, static_cast<long>(place))));
+    ASSERT_EQ(found, model[place]) << k;
+    while (!fits && model.size() > 1 && random() % 8 != 0) {
+      found.assign(40, 0);
+      found.resize(static_cast<std::size_t>(ring.ReadBuf(found.data(), 40)));
+      ASSERT_EQ(found, model.front()) << k;
+      model.pop_front();
+    }
+  }
 }
 
 TEST(RecordRing, HoldsThePromisedFramesAndSurvivesHostileArguments) {
