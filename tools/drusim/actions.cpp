@@ -1,12 +1,11 @@
 #include "tools/drusim/actions.h"
 
-#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <thread>
 #include <type_traits>
 
+#include "platform/simulated_time.h"
 #include "tools/failure.h"
 #include "tools/gpio_levels.h"
 #include "tools/group_argument.h"
@@ -23,7 +22,7 @@ struct Arguments {
   const GroupRow& Group() const { return GroupByKey(words[1]); }
 };
 
-constexpr long long kLongestStall_ms = 60000;
+constexpr std::int64_t kLongestStall_ms = 60000;
 
 template <class Integer>
 Integer IntegerIn(std::string_view text, const char* what, Integer low, Integer high) {
@@ -159,10 +158,21 @@ Action Set(const Arguments& in) {
   FailUsage("no area ", in.words[1], ": sysinfo, mac and udp can be set");
 }
 
+std::int64_t StallTime_ns(const Arguments& in) {
+  constexpr std::int64_t kMillisecond_ns = 1'000'000;
+  return IntegerIn(in.words[1], "time in ms", std::int64_t{0}, kLongestStall_ms) * kMillisecond_ns;
+}
+
 Action Stall(const Arguments& in) {
-  const std::chrono::milliseconds time(
-      IntegerIn<long long>(in.words[1], "time in ms", 0, kLongestStall_ms));
-  return [time](Robot&) { std::this_thread::sleep_for(time); };
+  return [time_ns = StallTime_ns(in)](Robot& robot) { robot.stall_ns += time_ns; };
+}
+
+Action StallVek(const Arguments& in) {
+  return [time_ns = StallTime_ns(in)](Robot&) {
+    if (!simulated_time::hold_controller(static_cast<RTIME>(time_ns))) {
+      Fail("Vek stalls only in simulated time (VEK_CLOCK=lockstep)");
+    }
+  };
 }
 
 Action Quit(const Arguments&) {
@@ -189,6 +199,7 @@ constexpr ActionRow kActions[] = {
     {"gpio INPUT LEVEL", "sets the level of a GPIO input", Gpio},
     {"set AREA OFFSET TYPE VALUE", "writes a word of sysinfo, mac or udp", Set},
     {"stall MS", "lets the cycle take that long", Stall},
+    {"stall-vek MS", "lets Vek miss its beats for that long", StallVek},
     {"quit", "ends the simulation", Quit},
 };
 

@@ -40,13 +40,21 @@ void Recorder::EndCycle(std::int64_t time_ns) {
   if (row_.groups == 0) return;
   row_.time_ns = time_ns;
   const std::uint32_t written = written_.load(std::memory_order_relaxed);
-  if (written - taken_.load(std::memory_order_acquire) == kRows) {
+  if (!HasRoom()) {
     ++lost_;
   } else {
     rows_[written % kRows] = row_;
     written_.store(written + 1, std::memory_order_release);
   }
   row_.groups = 0;
+}
+
+bool Recorder::HasRoom() const {
+  return written_.load(std::memory_order_relaxed) - taken_.load(std::memory_order_acquire) != kRows;
+}
+
+void Recorder::AwaitRoom() const {
+  while (!HasRoom()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void Recorder::Run() {

@@ -25,6 +25,8 @@ class Recorder {
   void Take(const GroupRow& group, const Frame& frame);
   // Ends the cycle: its row, if there is one, goes to the thread.
   void EndCycle(std::int64_t time_ns);
+  // Waits until the next row has room; for a cycle that has the time.
+  void AwaitRoom() const;
   // Writes what is left and closes; empty, or what went wrong.
   std::string Finish();
 
@@ -35,6 +37,7 @@ class Recorder {
     Frame frames[kGroupCount];
   };
 
+  bool HasRoom() const;
   void Run();
   void AppendRow(const Row& row);
   void WriteText();

@@ -37,7 +37,8 @@ struct Robot {
       vek2dru{kVek2DruArea};
   std::vector<ServoModel> groups;
   std::unique_ptr<GyroFeed> gyro;
-  bool quit = false;  // an action asked for the end
+  bool quit = false;          // an action asked for the end
+  std::int64_t stall_ns = 0;  // actions let the present cycle take so much longer
 
  private:
   std::optional<AreaView> trajbuf_;

@@ -5,10 +5,10 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <ctime>
 #include <utility>
 
 #include "platform/rt_task.h"
+#include "platform/simulated_time.h"
 #include "tools/failure.h"
 
 namespace {
@@ -19,16 +19,11 @@ constexpr int kHighestBusFreq = 10000;
 constexpr int kPriority = 90;  // below Vek's
 
 std::int64_t Now_ns() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec * kSecond_ns + now.tv_nsec;
+  return static_cast<std::int64_t>(rt_timer_read());
 }
 
-void SleepUntil(std::int64_t time_ns) {
-  timespec until{};
-  until.tv_sec = static_cast<time_t>(time_ns / kSecond_ns);
-  until.tv_nsec = static_cast<long>(time_ns % kSecond_ns);
-  clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+void SleepUntil(std::int64_t time_ns, const std::atomic<bool>& stop) {
+  simulated_time::sleep_until(static_cast<RTIME>(time_ns), stop);
 }
 
 // Real-time priority for the calling thread alone, if it may; else at least sharp timers.
@@ -57,10 +52,11 @@ Simulation::Simulation(SimulationOptions options)
 }
 
 bool Simulation::Run(const std::atomic<bool>& stop) {
-  fifo_ = RaisePriority();
+  lockstep_ = simulated_time::join_as_servo(stop);
+  if (!lockstep_) fifo_ = RaisePriority();
   std::int64_t next = Now_ns();
   while (!stop && !robot_.quit && (options_.cycles == 0 || cycles_ < options_.cycles)) {
-    Cycle();
+    Cycle(stop);
     const std::int64_t period = Period_ns();
     next += period;
     elapsed_ns_ += period;
@@ -72,15 +68,16 @@ bool Simulation::Run(const std::atomic<bool>& stop) {
       next += skipped * period;
       elapsed_ns_ += skipped * period;
     }
-    SleepUntil(next);
+    SleepUntil(next, stop);
   }
+  simulated_time::leave();
   if (recorder_ == nullptr) return !failed_;
   const std::string problem = recorder_->Finish();
   if (!problem.empty()) std::fprintf(stderr, "drusim: %s\n", problem.c_str());
   return !failed_ && problem.empty();
 }
 
-void Simulation::Cycle() {
+void Simulation::Cycle(const std::atomic<bool>& stop) {
   // The end stamp goes first: whoever reads the pair now must not see a cycle that ends before it
   // begins.
   const std::uint64_t start = rt_timer_read();
@@ -88,6 +85,7 @@ void Simulation::Cycle() {
   shared::store(robot_.sys.get(), SHARED_FIELD(SysInfo, dru_cycle_start_ns), start);
   RunScript();
   if (control_) control_->OnCycle(robot_);
+  if (robot_.stall_ns > 0) SleepUntil(Now_ns() + std::exchange(robot_.stall_ns, 0), stop);
   MoveGroups();
   if (robot_.gyro) robot_.gyro->OnCycle(elapsed_ns_);
   ObserveVek();
@@ -113,7 +111,10 @@ void Simulation::MoveGroups() {
   for (ServoModel& group : robot_.groups) {
     if (group.OnCycle(period_s) && recorder_) recorder_->Take(group.group(), group.frame());
   }
-  if (recorder_) recorder_->EndCycle(elapsed_ns_);
+  if (recorder_) {
+    recorder_->EndCycle(elapsed_ns_);
+    if (lockstep_) recorder_->AwaitRoom();
+  }
 }
 
 void Simulation::ObserveVek() {
@@ -135,7 +136,7 @@ std::int64_t Simulation::Period_ns() const {
 void Simulation::PrintSummary() const {
   std::printf("cycles %lld\n", cycles_);
   std::printf("missed periods %lld\n", missed_);
-  std::printf("scheduling %s\n", fifo_ ? "real-time" : "ordinary");
+  std::printf("scheduling %s\n", lockstep_ ? "lockstep" : fifo_ ? "real-time" : "ordinary");
   std::printf("worst vek cycle %.1f us\n", static_cast<double>(worst_vek_ns_) / 1000);
   for (const ServoModel& model : robot_.groups) {
     const ServoCounts& counts = model.counts();

@@ -32,7 +32,7 @@ class Simulation {
   void PrintSummary() const;
 
  private:
-  void Cycle();
+  void Cycle(const std::atomic<bool>& stop);
   void RunScript();
   void MoveGroups();
   void ObserveVek();
@@ -44,7 +44,8 @@ class Simulation {
   std::unique_ptr<ControlPipe> control_;
   std::size_t next_line_ = 0;  // of the script
   bool failed_ = false;
-  bool fifo_ = false;  // the cycle has real-time priority
+  bool lockstep_ = false;  // time is simulated
+  bool fifo_ = false;      // the cycle has real-time priority
   long long cycles_ = 0;
   long long missed_ = 0;         // periods
   std::int64_t elapsed_ns_ = 0;  // nominal time since the start
