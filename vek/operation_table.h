@@ -128,8 +128,8 @@ struct OperationRow {
   const char* command = nullptr;
   const char* about = "";  // what it does, a sentence
   OperationValue value = OperationValue::None;
+  int index_limit = 0;  // an Index is below
   const char* value_meaning = "";
-  int index_limit = 0;         // an Index is below
   const char* text = nullptr;  // what op_text holds, as vekctl and the page call it; null: nothing
   bool takes_float = false;    // op_float is an argument
   OperationResult result = OperationResult::None;
