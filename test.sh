@@ -28,6 +28,7 @@ case "${1-}" in
     run_preset tidy
     run_preset release
     run_preset asan
+    run_preset tsan
     run_preset m32
     ;;
   *)
