@@ -52,6 +52,8 @@ TEST(Arguments, WrongOnesAreToldInOneLine) {
       {"vekctl", {"verify", good.path(), "--traj", "arm0"}, "arm0 is not GROUP="},
       {"drusim", {"--axes", "arm0=9"}, "'9' is no number from 0 to 8"},
       {"drusim", {"--script", script.path()}, ":1: no action dance"},
+      {"drusim", {"--fail", "arm0:8"}, "'8' is no axis from 0 to 7"},
+      {"drusim", {"--host", "--gyro"}, "never on the real paths"},
   };
   for (const auto& c : cases) ExpectUsageError(c.program, c.arguments, c.text);
 

@@ -6,6 +6,8 @@
 
 #include "tests/support/temp_root.h"
 #include "tests/tools/tool_files.h"
+#include "tools/area_view.h"
+#include "vek/groups.h"
 
 namespace {
 
@@ -29,11 +31,14 @@ class EndToEnd : public testing::Test {
  protected:
   EndToEnd() {
     Expect({"init"}, 0, "");
+    ChangeIni("ISFrequency=0", "ISFrequency=8");
+    setenv("VEK_LOG", root_.Path("/var/vek.log").c_str(), 1);
+  }
+
+  void ChangeIni(const std::string& from, const std::string& to) const {
     const std::string path = "/home/QUARLE/Config/cfg/robot.ini";
     std::string ini = root_.Read(path);
-    const std::string off = "ISFrequency=0\n";
-    root_.Write(path, ini.replace(ini.find(off), off.size(), "ISFrequency=8\n"));
-    setenv("VEK_LOG", root_.Path("/var/vek.log").c_str(), 1);
+    root_.Write(path, ini.replace(ini.find(from + '\n'), from.size(), to));
   }
 
   static bool DruRuns() {
@@ -107,6 +112,45 @@ TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
   const Arguments command{"move", "arm0", "0", "0", "0", "0", "0", "0", "0"};
   Expect(command, 1, "the joint command is pending: the state is TORQUE");
   Expect(command, 1, "arm0: the joint command is pending already");
+}
+
+// Stop input and gyro as drusim gives them, driven by hand through its pipe.
+TEST_F(EndToEnd, StopInputAndFrozenGyroAskTheGroups) {
+  ChangeIni("UseEMG=0", "UseEMG=1");
+  ChangeIni("GyroType=0", "GyroType=1");
+  const std::string pipe = root_.Path("/control");
+  ChildProcess drusim("drusim", {"--gyro", "--control", pipe});
+  ASSERT_TRUE(DruRuns());
+  ChildProcess vek("vek");
+  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
+  const AreaView sys(kSysInfoArea);
+  // The requests that come anew once they were cleared; a busy machine may hold up the gyro's
+  // frames a few times.
+  const auto asks = [&](const std::vector<int>& expected) {
+    const auto settled = [&] {
+      std::vector<int> requests;
+      for (const GroupRow& g : kGroups) shared::store(sys.get(), g.sys.group_state_request, 0);
+      for (int k = 0; k < 200; ++k) PollPause();
+      for (const GroupRow& g : kGroups) {
+        requests.push_back(shared::load(sys.get(), g.sys.group_state_request));
+      }
+      return requests == expected;
+    };
+    return WaitUntil(settled, 0.1);  // a hundred tries
+  };
+  const auto act = [&](const std::string& line) { std::ofstream(pipe) << line << std::endl; };
+  EXPECT_TRUE(asks({0, 0, 0, 0, 0}));
+  act("gpio 6 1");
+  EXPECT_TRUE(asks({101, 101, 101, 101, 0}));
+  act("gpio 6 0\ndance # told and ignored\ngyro freeze on");
+  EXPECT_TRUE(asks({115, 115, 115, 115, 115}));
+  act("gyro freeze off");
+  EXPECT_TRUE(asks({0, 0, 0, 0, 0}));
+  EXPECT_TRUE(vek.WaitForText("WARN  [user 21]") && vek.WaitForText("ERROR [user 6]"));
+  act("quit");
+  EXPECT_EQ(drusim.Wait(), 0);
+  EXPECT_EQ(drusim.Stderr(), "drusim: control: no action dance\n");
+  EXPECT_FALSE(std::filesystem::exists(pipe));
 }
 
 TEST(Init, MakesARoot) {

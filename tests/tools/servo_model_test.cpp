@@ -1,13 +1,16 @@
 // The simulated servo task: its state machine and its consumption of frames, for every group alike.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <vector>
 
 #include "tools/drusim/servo_model.h"
+#include "tools/failure.h"
 
 namespace {
 
 constexpr int kTransition = 3;
+constexpr int kDelay = 2;
 
 class ServoModelTest : public testing::TestWithParam<int> {
  protected:
@@ -28,6 +31,15 @@ class ServoModelTest : public testing::TestWithParam<int> {
     EXPECT_EQ(model_.counts().frames, frames);
     EXPECT_EQ(model_.counts().dropped, dropped);
     EXPECT_EQ(model_.counts().starved, starved);
+  }
+  int AxisState(std::size_t j) const { return shared::load(sys_.data(), group_.sys.axis_state, j); }
+  // The answer to a command; it comes after kDelay cycles, not before.
+  int Answer(std::size_t axis, int command) {
+    shared::store(sys_.data(), group_.sys.servo_cmd, command, axis);
+    for (int k = 0; k < kDelay; ++k) Cycle();
+    EXPECT_EQ(shared::load(sys_.data(), group_.sys.servo_cmd, axis), command);
+    Cycle();
+    return shared::load(sys_.data(), group_.sys.servo_cmd, axis);
   }
   void Write(std::uint32_t flag, double pos) {
     Frame frame;
@@ -51,7 +63,7 @@ class ServoModelTest : public testing::TestWithParam<int> {
   ServoModel model_{
       group_,
       {.sys = sys_.data(), .mac = mac_.data(), .udp = udp_.data(), .vek2dru = vek2dru_.data()},
-      {.transition = kTransition, .command = 1}};
+      {.transition = kTransition, .command = kDelay}};
 };
 
 TEST_P(ServoModelTest, EntryEmptiesTheRingAndWaitsForAStartFrame) {
@@ -84,6 +96,59 @@ TEST_P(ServoModelTest, StarvesPausesWithoutLossAndStopsWhenItLeavesPosition) {
   Accept(GROUP_STATE_RELEASE);
   Write(1, 0.9);
   ExpectCycle(false, 0.7, true);
+}
+
+TEST_P(ServoModelTest, AnswersEveryCommandOfEveryAxis) {
+  for (std::size_t j = 0; j < AREA_AXES; ++j) {
+    for (const int known : {3, 7, 8, 9, 10, 12, 11, 13}) {
+      EXPECT_EQ(Answer(j, known), 0) << known;
+      model_.servos().SetFailing(j, true);
+      EXPECT_EQ(Answer(j, known), -1) << known;
+      model_.servos().SetFailing(j, false);
+    }
+    for (const int unknown : {1, 2, 4, 6, 14, INT_MAX}) EXPECT_EQ(Answer(j, unknown), -1);
+  }
+  shared::store(sys_.data(), group_.sys.sensor_offset_arg, -9, 7);
+  EXPECT_EQ(Answer(7, 10), 0);
+  EXPECT_EQ(model_.servos().SensorOffset(7), -9);
+  const auto brakes = [&] { return shared::load(sys_.data(), group_.sys.brake_unlock); };
+  EXPECT_EQ(brakes(), 0);
+  for (const auto& [axis, command] : {std::pair(1, 12), {6, 12}, {1, 11}}) {
+    Answer(static_cast<std::size_t>(axis), command);
+    EXPECT_NE(brakes(), 0) << "one at least is unlocked";
+  }
+  Answer(6, 11);
+  EXPECT_EQ(brakes(), 0);
+  // Words stay positive while nobody answers; results of a run before are cleared, commands not.
+  model_.servos().SetAnswering(false);
+  EXPECT_EQ(Answer(0, 7), 7);
+  shared::store(sys_.data(), group_.sys.servo_cmd, -1, 1);
+  model_.servos().OnStart();
+  EXPECT_EQ(shared::load(sys_.data(), group_.sys.servo_cmd, 1), 0);
+  model_.servos().SetAnswering(true);
+  EXPECT_EQ(Answer(0, 7), 0);
+}
+
+TEST_P(ServoModelTest, AFaultHoldsTheGroupInErrorUntilTheLastOneIsReset) {
+  EnterPosition();
+  EXPECT_EQ(AxisState(1), 5);
+  EXPECT_EQ(AxisState(2), 0) << "not an axis of this group";
+  EXPECT_THROW(model_.SetFault(2, 77), Failure) << "Vek could not reset it";
+  model_.SetFault(0, 77);
+  model_.SetFault(1, 78);
+  Cycle();
+  EXPECT_EQ(State(), GROUP_STATE_ERROR);
+  EXPECT_EQ(AxisState(1), 0);
+  Accept(GROUP_STATE_TORQUE);
+  for (int k = 0; k < 2 * kTransition; ++k) Cycle();
+  EXPECT_EQ(Answer(1, SERVO_CMD_RESET), 0);
+  EXPECT_EQ(State(), GROUP_STATE_ERROR) << "the other servo's fault";
+  EXPECT_EQ(shared::load(sys_.data(), group_.sys.servo_error_code, 1), 78U) << "Vek clears it";
+  Accept(GROUP_STATE_POSITION);  // left over from before
+  EXPECT_EQ(Answer(0, SERVO_CMD_RESET), 0);
+  for (int k = 0; k < 2 * kTransition; ++k) Cycle();
+  EXPECT_EQ(State(), GROUP_STATE_IDLE);
+  EnterPosition();
 }
 
 INSTANTIATE_TEST_SUITE_P(Groups, ServoModelTest, testing::Range(0, 5));

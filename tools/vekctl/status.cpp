@@ -56,9 +56,10 @@ void PrintGroup(const Areas& areas, const GroupRow& group) {
                                 shared::load(areas.cfg.get(), group.cfg.dof));
   const std::string percents =
       Text(shared::load(udp, group.udp.vel_percent), '/', shared::load(udp, group.udp.acc_percent));
-  std::printf("%-6s %-18s %-18s %-10s %-8s %-8s %-9s %-5s %s\n", group.key.data(),
+  std::printf("%-6s %-18s %-18s %-6d %-10s %-8s %-8s %-9s %-5s %s\n", group.key.data(),
               GroupStateName(group, GroupState(areas.sys, group)),
               GroupStateName(group, shared::load(udp, group.udp.state_cmd)),
+              shared::load(sys, group.sys.group_state_request),
               shared::load(sys, group.sys.standstill) != 0 ? "yes" : "no",
               shared::load(sys, group.sys.brake_unlock) != 0 ? "unlocked" : "locked", axes.c_str(),
               percents.c_str(), frames < 0 ? "bad" : std::to_string(frames).c_str(),
@@ -74,8 +75,8 @@ int RunStatus(const RootOption& root) {
   PrintTasks(areas.sys);
   const bool loaded = shared::load(areas.cfg.get(), SHARED_FIELD(CfgConfig, load_complete)) == 1;
   std::printf("robot.ini %s\n\n", loaded ? "loaded" : "not loaded");
-  std::printf("%-6s %-18s %-18s %-10s %-8s %-8s %-9s %-5s %s\n", "group", "state", "request",
-              "standstill", "brake", "axes/Dof", "vel/acc %", "ring", "trajectory");
+  std::printf("%-6s %-18s %-18s %-6s %-10s %-8s %-8s %-9s %-5s %s\n", "group", "state", "request",
+              "forced", "standstill", "brake", "axes/Dof", "vel/acc %", "ring", "trajectory");
   for (const GroupRow& group : kGroups) PrintGroup(areas, group);
   return 0;
 }
