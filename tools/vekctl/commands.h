@@ -18,6 +18,14 @@ int RunInit(const InitOptions& options);
 // Prints what the areas say, one line a group.
 int RunStatus(const RootOption& root);
 
+struct TimingOptions {
+  RootOption root;
+  bool reset = false;
+  bool json = false;
+};
+// Prints what the real-time layer has recorded about Vek's cycles.
+int RunTiming(const TimingOptions& options);
+
 struct StateOptions {
   RootOption root;
   std::string group;

@@ -12,6 +12,7 @@ using Commands = std::vector<Command>;
 struct Options {
   RootOption root;
   InitOptions init;
+  TimingOptions timing;
   StateOptions state;
   TrajOptions traj;
   StopOptions stop;
@@ -56,6 +57,11 @@ Commands GeneralCommands(Options& all) {
        "Show Vek, the servo task and the groups",
        {},
        [&] { return RunStatus(all.root); }},
+      {"timing",
+       "Show how punctual Vek's cycles are and how long they take",
+       {{"--reset", &all.timing.reset, "Then begin the figures anew"},
+        {"--json", &all.timing.json, "Print one JSON object"}},
+       With(all, all.timing, RunTiming)},
       {"merge",
        "Bring an INI file into the layout of a reference",
        {{"TARGET", &all.merge.target, "INI file, which keeps its values"},
