@@ -17,6 +17,8 @@ static_assert(sizeof(UdpMailbox::op_text) == kOperationText);
 static_assert(kReply.offset - kText.offset == kReplyInText);
 
 constexpr int kGetString = 5;  // the one operation whose result may run over op_seq
+// After op_code is cleared, within this time if at all.
+constexpr std::chrono::milliseconds kReplyFollows{100};
 constexpr int kStatuses[] = {OP_DONE, OP_INVALID_CODE, OP_REJECTED, OP_FAILED, OP_STAGE_FAILED};
 
 // A number that no reply to an earlier request can be taken for: the present reply lies some 32768
@@ -59,19 +61,19 @@ OperationReply Mailbox::Ask(const OperationRequest& request, double timeout_s) {
 
 // Waits until the mailbox is free and takes it; false when it was not free in time.
 bool Mailbox::Post(const OperationRequest& request, Clock::time_point deadline) {
-  for (bool was_free = false;; ShortPause()) {
+  for (auto occupied = Clock::now();; ShortPause()) {
+    const auto now = Clock::now();
     const std::int16_t code = shared::load_acquire(udp_.get(), kCode);
-    // A reply may follow the clearing of op_code: the mailbox is free if it still is a moment
-    // later.
-    const bool is_free = code <= 0;
-    if (is_free && was_free) {
+    if (code > 0) {
+      if (now >= deadline) return false;
+      occupied = now;
+    } else if (PresentStatus() || now - occupied >= kReplyFollows) {
+      // Without a reply to the last request, one may be about to be written, as the next one's.
       Write(request);
       if (shared::replace(udp_.get(), kCode, code, static_cast<std::int16_t>(request.code))) {
         return true;
       }
     }
-    if (!is_free && Clock::now() >= deadline) return false;
-    was_free = is_free;
   }
 }
 
@@ -86,16 +88,23 @@ void Mailbox::Write(const OperationRequest& request) {
   shared::store(udp_.get(), kSeq, seq_);
 }
 
-// The status of the reply, once it is there: some operations write it before they clear op_code,
-// others after that.
-std::optional<int> Mailbox::Status(int code) const {
-  if (shared::load_acquire(udp_.get(), kCode) > 0) return std::nullopt;
-  // A text that runs over op_seq is a result, whatever lies where the reply should.
-  if (code == kGetString && shared::load(udp_.get(), kSeq) != seq_) return OP_DONE;
-  const auto status = static_cast<std::uint16_t>(shared::load_acquire(udp_.get(), kReply) - seq_);
+// What op_reply says about op_seq, if it is a reply to it.
+std::optional<int> Mailbox::PresentStatus() const {
+  const std::uint16_t reply = shared::load_acquire(udp_.get(), kReply);
+  const auto status = static_cast<std::uint16_t>(reply - shared::load(udp_.get(), kSeq));
   const auto* const known = std::find(std::begin(kStatuses), std::end(kStatuses), status);
   if (known == std::end(kStatuses)) return std::nullopt;
   return *known;
+}
+
+// The status of the request, once it is there: some operations write the reply before they clear
+// op_code, others after that.
+std::optional<int> Mailbox::Status(int code) const {
+  if (shared::load_acquire(udp_.get(), kCode) > 0) return std::nullopt;
+  if (shared::load(udp_.get(), kSeq) == seq_) return PresentStatus();
+  // A text that runs over op_seq is a result, whatever lies where the reply should.
+  if (code == kGetString) return OP_DONE;
+  return std::nullopt;
 }
 
 OperationReply Mailbox::Result(int status) const {

@@ -45,6 +45,7 @@ class Mailbox {
  private:
   bool Post(const OperationRequest& request, Clock::time_point deadline);
   void Write(const OperationRequest& request);
+  std::optional<int> PresentStatus() const;
   std::optional<int> Status(int code) const;
   OperationReply Result(int status) const;
   OperationReply GiveUp(const OperationRequest& request);

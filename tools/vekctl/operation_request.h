@@ -10,7 +10,7 @@
 
 // As given; nothing where an option was not.
 struct OperationArguments {
-  std::optional<std::string> axes, value, index, real, text, sensor;
+  std::optional<std::string> axes = {}, value = {}, index = {}, real = {}, text = {}, sensor = {};
 };
 
 struct PreparedOperation {

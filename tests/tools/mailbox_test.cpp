@@ -1,0 +1,137 @@
+// The requester's side of the operation mailbox against a Vek of a few lines.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/support/child_process.h"
+#include "tests/support/temp_root.h"
+#include "tools/mailbox.h"
+
+namespace {
+
+constexpr int kGetString = 5;
+constexpr int kBrakeLock = 102;
+constexpr auto kCode = SHARED_FIELD(UdpArea, mailbox.op_code);
+constexpr auto kText = SHARED_FIELD(UdpArea, mailbox.op_text);
+constexpr auto kSeq = SHARED_FIELD(UdpArea, mailbox.op_seq);
+constexpr auto kReply = SHARED_FIELD(UdpArea, mailbox.op_reply);
+
+void Reply(unsigned char* udp, int status) {
+  const auto reply = static_cast<std::uint16_t>(shared::load(udp, kSeq) + status);
+  shared::store_release(udp, kReply, reply);
+}
+void ClearThenReply(unsigned char* udp, int status) {
+  shared::store_release(udp, kCode, 0);
+  for (int k = 0; k < 20; ++k) PollPause();  // time enough to take an old reply for the new one
+  Reply(udp, status);
+}
+
+struct Areas {
+  Areas() { root.MakeAreas(); }
+  TempRoot root;
+};
+
+// The areas, and Vek at work in a thread: it moves its cycle stamp and serves what it finds.
+class MailboxTest : public Areas, public testing::Test {
+ protected:
+  using Serve = std::function<void(unsigned char* udp)>;
+
+  ~MailboxTest() override {
+    stop_ = true;
+    if (vek_.joinable()) vek_.join();
+  }
+  void StartVek(Serve serve) {
+    vek_ = std::thread([this, serve] {
+      for (std::uint64_t cycle = 1; !stop_; ++cycle, PollPause()) {
+        shared::store(sys_.get(), SHARED_FIELD(SysInfo, vek_cycle_start_ns), cycle);
+        if (shared::load_acquire(udp_.get(), kCode) > 0) serve(udp_.get());
+      }
+    });
+  }
+
+  AreaView sys_{kSysInfoArea}, udp_{kUdpArea};
+  Mailbox mailbox_;
+  std::thread vek_;
+  std::atomic<bool> stop_{false};
+};
+
+TEST_F(MailboxTest, TakesNoOldReplyForANewOne) {
+  std::atomic<int> status{0};
+  StartVek([&](unsigned char* udp) {
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(udp) + kText.offset, 30),
+              "R.A" + std::string(27, '\0'));
+    EXPECT_EQ(shared::load(udp, SHARED_FIELD(UdpArea, mailbox.op_value)), -7);
+    EXPECT_EQ(shared::load(udp, SHARED_FIELD(UdpArea, mailbox.op_float)), 0.5F);
+    ClearThenReply(udp, status);
+  });
+  // What an earlier requester left; from the third, the new reply wraps.
+  for (const int old : {0, 300, 0x7f01, 0x7fff, 0x8063, 0xffff}) {
+    for (const int next : {0, 99, 100, 200, 300}) {
+      shared::store(udp_.get(), kReply, static_cast<std::uint16_t>(old));
+      shared::store(udp_.get(), kSeq, static_cast<std::uint16_t>(old));
+      status = next;
+      const OperationReply reply =
+          mailbox_.Ask({.code = kBrakeLock, .text = "R.A", .value = -7, .real = 0.5F}, 30);
+      EXPECT_EQ(reply.status, next) << old << " " << reply.trouble;
+    }
+  }
+}
+
+TEST_F(MailboxTest, ReadsTextsThatRunOverTheReply) {
+  constexpr std::size_t kToTheEnd = AREA_UDP_SIZE - kText.offset;
+  std::string text;
+  StartVek([&](unsigned char* udp) {
+    if (text.empty()) return ClearThenReply(udp, 100);
+    const std::size_t size = std::min(text.size() + 1, kToTheEnd);
+    shared::write_bytes(udp + kText.offset, text.c_str(), size);
+    ClearThenReply(udp, 0);
+  });
+  EXPECT_EQ(mailbox_.Ask({.code = kGetString}, 30).status, 100);
+  for (const std::size_t length : {29UL, 30UL, 37UL, 38UL, 39UL, 40UL, 41UL, 42UL, 45UL, 996UL}) {
+    text = std::string(length, 'v');
+    // Over op_seq and op_reply: what looks like status 100 as long as the reply is not written.
+    if (length > 41)
+      text.replace(38, 4,
+                   "\x01\x01"
+                   "e\x01");
+    const OperationReply reply = mailbox_.Ask({.code = kGetString, .text = "R.A"}, 30);
+    ASSERT_EQ(reply.status, 0) << length << " " << reply.trouble;
+    EXPECT_EQ(reply.OverlapsReply(), length >= 40);
+    if (length < 40) {
+      EXPECT_EQ(reply.text, text);
+    } else {
+      EXPECT_EQ(reply.text.substr(0, 40), text.substr(0, 40));
+    }
+    if (length >= 42) {
+      EXPECT_EQ(reply.text.substr(42), text.substr(42)) << length;
+    }
+  }
+  static_assert(kToTheEnd == 996);
+}
+
+TEST_F(MailboxTest, TellsWhyThereIsNoReply) {
+  const OperationRequest request{.code = kBrakeLock};
+  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble,
+            "Vek is not running (its cycle stamp stands still): request withdrawn");
+  EXPECT_EQ(shared::load(udp_.get(), kCode), 0) << "it must not act when Vek starts";
+
+  shared::store(udp_.get(), kCode, 11);
+  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble,
+            "the mailbox is occupied by system-reboot, and Vek is not running");
+  EXPECT_EQ(shared::load(udp_.get(), kCode), 11) << "somebody else's";
+
+  std::atomic<bool> serves{false};
+  StartVek([&](unsigned char* udp) {
+    if (serves) ClearThenReply(udp, shared::load(udp, kCode) == kBrakeLock ? 0 : 7);
+  });
+  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble, "the mailbox is occupied by system-reboot");
+  shared::store(udp_.get(), kCode, -5);  // counts as free
+  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble, "no reply in time: it is still being carried out");
+  EXPECT_EQ(shared::load(udp_.get(), kCode), kBrakeLock);
+  serves = true;
+  EXPECT_EQ(mailbox_.Ask(request, 30).status, 0) << "after the one that was left";
+  EXPECT_EQ(mailbox_.Ask({.code = 600}, 0.3).trouble, "no reply, though the mailbox was cleared");
+}
+
+}  // namespace
