@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <tuple>
 
@@ -35,6 +36,7 @@ struct Controller {
 };
 
 constexpr auto kVersion = SHARED_FIELD(SysInfo, version_word);
+constexpr auto kCycleStart = SHARED_FIELD(SysInfo, vek_cycle_start_ns);
 
 }  // namespace
 
@@ -54,6 +56,26 @@ TEST(Process, RunsStampsItsCyclesAndEndsOnSigint) {
       "*INFO  Orlynd system version is 0x00040500\n*INFO  Load robot.ini success\n*INFO  VEK init "
       "finish\n*INFO  RTVEK: VekTask is working\n*INFO  RTVEK: RTVEK exit*";
   EXPECT_EQ(fnmatch(order, log.c_str(), 0), 0) << log;
+}
+
+TEST(Process, AStallCostsItsBeatsOnceAndInOneReport) {
+  Controller controller;
+  ChildProcess vek("vek");
+  ASSERT_TRUE(WaitUntil([&] { return controller.Load(kCycleStart) != 0; }));
+  vek.Signal(SIGSTOP);
+  for (int k = 0; k < 200; ++k) PollPause();
+  const std::uint64_t before = controller.Load(kCycleStart);
+  vek.Signal(SIGCONT);
+  EXPECT_TRUE(WaitUntil([&] { return controller.Load(kCycleStart) > before + 200'000'000; }));
+  vek.Signal(SIGINT);
+  EXPECT_EQ(vek.Wait(), 0);
+  const std::string log = vek.Stderr();
+  const std::string report = ", overruns: ";
+  long most = 0;
+  for (std::size_t at = 0; (at = log.find(report, at)) != log.npos; at += report.size()) {
+    most = std::max(most, std::atol(log.c_str() + at + report.size()));
+  }
+  EXPECT_GE(most, 150) << log;
 }
 
 TEST(Process, SigintAtAnyMomentEndsItCleanly) {
@@ -95,7 +117,7 @@ TEST(Process, AFailedInitLeavesTheLoopRunning) {
   ChildProcess vek("vek");
   ASSERT_TRUE(vek.WaitForText("ERROR Failed to init Vek"));
   EXPECT_EQ(vek.Wait(0.1), -1) << "the loop serves on";
-  EXPECT_EQ(controller.Load(SHARED_FIELD(SysInfo, vek_cycle_start_ns)), 0U) << "without a task";
+  EXPECT_EQ(controller.Load(kCycleStart), 0U) << "without a task";
   vek.Signal(SIGINT);
   EXPECT_EQ(vek.Wait(), 0);
   EXPECT_EQ(vek.Stdout(), "Failed to init TrajBuf.shm\nVEK exit\n");
