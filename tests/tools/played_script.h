@@ -1,0 +1,52 @@
+// Vek and drusim in simulated time, led by a script.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/support/temp_root.h"
+#include "tests/tools/tool_files.h"
+#include "vek/groups.h"
+
+// All that a run leaves behind.
+struct Played {
+  std::string frames, log, summary;
+
+  bool operator==(const Played&) const = default;
+};
+
+enum class Starts { VekFirst, DrusimFirst };
+
+// Plays a script to its end in the present root.
+inline Played PlayScript(const TempFolder& root, const std::string& script,
+                         Starts starts = Starts::VekFirst) {
+  setenv("VEK_CLOCK", "lockstep", 1);
+  setenv("VEK_LOG", root.Path("/var/vek.log").c_str(), 1);
+  const TempFile file(script);
+  const std::string frames = root.Path("/frames.csv");
+  const auto start_vek = [] { return std::make_unique<ChildProcess>("vek"); };
+  auto vek = starts == Starts::VekFirst ? start_vek() : nullptr;
+  ChildProcess drusim("drusim", {"--script", file.path(), "--record", frames});
+  if (vek == nullptr) vek = start_vek();
+  EXPECT_EQ(drusim.Wait(100), 0) << drusim.Stderr();
+  vek->Signal(SIGINT);
+  EXPECT_EQ(vek->Wait(), 0);
+  return {root.Read("/frames.csv"), root.Read("/var/vek.log"), drusim.Stdout()};
+}
+
+// The lines of a script that command joint positions.
+inline std::string JointCommandLines(int cycle, const GroupRow& group,
+                                     const std::vector<double>& joints) {
+  std::string lines;
+  const auto set = [&](std::size_t offset, const char* type, double value) {
+    lines += Text(cycle, " set udp ", offset, ' ', type, ' ', value, '\n');
+  };
+  for (std::size_t j = 0; j < joints.size(); ++j) {
+    set(group.udp.joint_cmd.offset + j * sizeof(float), "f32", joints[j]);
+  }
+  set(group.udp.joint_cmd_enable.offset, "u8", 1);
+  set(group.udp.joint_cmd_new.offset, "u8", 1);
+  return lines;
+}
