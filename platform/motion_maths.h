@@ -10,15 +10,21 @@ inline constexpr int kMathsAxes = 8;
 
 // State of a profile generator; the fields are the library's own.
 struct ZQNSyncDTS {
-  int axes = 0;         // 0: not initialised
-  double period_s = 0;  // one step
-  bool placed = false;  // position and target are valid
+  int axes = 0;                 // 0: not initialised
+  bool placed = false;          // position and target are valid
+  bool following = false;       // the targets are samples of a run
+  bool run_begins = false;      // the next target has no speed of its own
+  bool brakes_settled = false;  // every axis brakes by its acceleration limit
+  double period_s = 0;          // one step
   double pos[kMathsAxes]{};
-  double vel[kMathsAxes]{};     // last step / period
-  double target[kMathsAxes]{};  // the last finite target
+  double speed[kMathsAxes]{};         // planned; differs from vel by what rounds the positions
+  double vel[kMathsAxes]{};           // last step / period
+  double target[kMathsAxes]{};        // the last finite target
+  double target_speed[kMathsAxes]{};  // of a run: last step / period, within the velocity limit
+  double reserve[kMathsAxes]{};       // of a run: largest change of that speed in one step
   double vel_limit[kMathsAxes]{};
   double acc_limit[kMathsAxes]{};
-  double brake_acc[kMathsAxes]{};  // the last acceleration limit above 0
+  double brake_acc[kMathsAxes]{};  // what an axis may brake with that cannot stop in time otherwise
   double third_limit[kMathsAxes]{};
 };
 
@@ -34,12 +40,20 @@ void ZQNSyncDTS_OnEmpty(ZQNSyncDTS* state);
 // stands for the last finite target of that axis, 0 when there was none; so in OnDT2.
 void ZQNSyncDTS_OnDT(ZQNSyncDTS* state, const double* target, double* pos);
 // One step towards `target`: the new position, its difference over the period (velocity) and that
-// one's difference (acceleration). Both keep within the limits. The axis comes to rest exactly on a
-// target that stands still, and passes it only when target or limits changed too late to stop.
-// Above the velocity limit it brakes. Without acceleration (limit 0, or too small for the
-// position's resolution) a standing axis stays and a moving one brakes at the last limit above 0.
+// one's difference (acceleration). Both keep within the limits, whatever the targets; above the
+// velocity limit an axis brakes. It reaches a target that stands still in the fewest steps, exactly
+// and for good, and passes it only when it can no longer stop; started at rest it never leaves the
+// range of its targets. While an acceleration limit was lowered too late to stop before the target,
+// the axis brakes by the largest one in force since it could. Without acceleration (limit 0, or too
+// small for the position's resolution) it brakes so to rest and stays.
 void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, double* vel,
                       double* acc);
+// On: the targets from now on are the samples of a run, and the axes follow them instead of
+// stopping before each. Samples whose own steps keep the limits are hit exactly once an axis is on
+// them; a run that is stopped dead is passed by the stopping distance at most. Off, as at first:
+// back to what OnDT2 says. A platform's library may lack this call: then it is null, and a group
+// lags behind its run.
+[[gnu::weak]] void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on);
 // Replaces the limits in force from the next step on.
 void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc);
 void ZQNSyncDTS_OnSetRunTimeVel(ZQNSyncDTS* state, const double* vel);
@@ -49,12 +63,20 @@ inline constexpr int kFilterWindow = 30;
 
 // State of an averaging filter; the fields are the library's own.
 struct ZQAVGF {
+  // A sum of samples, and what the roundings of its additions dropped.
+  struct Sum {
+    double total[kMathsAxes]{};
+    double dropped[kMathsAxes]{};
+  };
   int axes = 0;  // 0: not initialised
   int window = 0;
-  double span_s = 0;    // window * period
+  int next = 0;         // row of the oldest samples
   bool filled = false;  // the window holds samples
-  int next = 0;         // slot of the oldest sample
-  double ring[kMathsAxes][kFilterWindow]{};
+  double span_s = 0;    // window * period
+  double ring[kFilterWindow][kMathsAxes]{};
+  Sum sum;                     // of the window
+  Sum fresh;                   // of the rows before `next`
+  double equal[kMathsAxes]{};  // how many of the newest samples are the same, up to window
 };
 
 // A mean of `window` samples (1..30) taken every `period_s` seconds. False, leaving the state
@@ -63,10 +85,10 @@ struct ZQAVGF {
 bool ZQAVGF_OnInit(ZQAVGF* state, long axes, long window, double period_s);
 // Forgets the samples; the next one fills the window.
 void ZQAVGF_OnEmpty(ZQAVGF* state);
-// Takes one sample an axis; gives the mean of the last `window` ones and its velocity: the step
-// from the mean before over the period, which is the newest sample's distance from the one `window`
-// samples before it over the window's time. Equal samples give exactly that sample. A sample that
-// is not finite repeats the one before it, 0 at first. `out` may be `in`.
+// Takes one sample an axis; gives the mean of the last `window` ones and its velocity: the newest
+// sample's distance from the one `window` samples before it, over the window's time. When the
+// window's samples are the same double, gives exactly that one and velocity 0. A sample that is not
+// finite repeats the one before it, 0 at first. `out` may be `in`.
 void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel);
 
 // Square root; 0 for what is not positive.

@@ -31,6 +31,11 @@ void ReadPoint(const void* trajbuf, const GroupRow& group, int k, double (&point
   }
 }
 
+// A platform whose generator cannot follow lags behind its runs.
+void Follow(ZQNSyncDTS& generator, bool on) {
+  if (ZQNSyncDTS_OnFollow != nullptr) ZQNSyncDTS_OnFollow(&generator, on);
+}
+
 }  // namespace
 
 // Waypoint blocks being played, and the next column of each.
@@ -42,6 +47,7 @@ struct Vek::TrajState {
   std::size_t mid_cnt = 0;
   std::size_t end_cnt = 0;
   int written = TRAJ_IDLE;  // what this controller last wrote into the state byte
+  bool runs = false;        // the generator follows the samples
 };
 
 void Vek::ComputeArmTraj(int arm, double* target) {
@@ -58,8 +64,11 @@ void Vek::ComputeTraj(const GroupRow& group, double* target) {
   static std::array<TrajState, kGroupCount> states;
   if (!position_ctrl_ready_ || !group.plays_trajectories()) return;
   const int traj_state = shared::load_acquire(udp_, group.udp.traj_state);
-  if (traj_state < TRAJ_START || traj_state > TRAJ_STOP) return;
   TrajState& state = states[group.index];
+  const bool runs = traj_state >= TRAJ_START && traj_state <= TRAJ_PLAY_END;
+  if (runs != state.runs) Follow(pos_dt_[group.index], runs);
+  state.runs = runs;
+  if (!runs && traj_state != TRAJ_STOP) return;
   const int next = StepTraj(group, traj_state, state, target);
   // A request that came meanwhile stays and is seen with the next sample.
   if (next != traj_state &&

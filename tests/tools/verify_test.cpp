@@ -30,10 +30,12 @@ class Verify : public testing::Test {
         {.limits = limits, .axes = 7, .period_ms = 1, .vel_percent = 20, .acc_percent = 20}, {});
     // A hold, the run and another hold.
     for (int k = 0; k < 50; ++k, model.OnHold()) frames_.push_back(model.frame());
-    for (const Axes& sample : TrajectorySamples(ReadWaypoints(kEight, kArm1), kArm1, 7)) {
+    model.OnFollow(true);
+    for (const Axes& sample : RunCourse(ReadWaypoints(kEight, kArm1), kArm1, 7).targets) {
       frames_.push_back(model.frame());
       model.OnStep(sample);
     }
+    model.OnFollow(false);
     for (int k = 0; k < 100; ++k, model.OnHold()) frames_.push_back(model.frame());
   }
 

@@ -12,8 +12,8 @@ namespace {
 constexpr int kFilterSamples = 30;
 constexpr double kFilterPeriod_s = 0.001;
 
-// A run's first samples may lie on the start position, so that the run starts some frames before
-// the first that moves.
+// A course's first targets may lie on the start position, so that it starts some frames before the
+// first that moves.
 constexpr std::size_t kStartSearch = 500;
 
 template <std::size_t columns>
@@ -26,14 +26,16 @@ void AppendColumns(std::vector<Axes>& samples, const double (&block)[AREA_AXES][
   }
 }
 
-// The first `size` frames that equal the model's when the run starts at `first_sample`.
+// The first `size` frames that equal the model's when the course starts at frame `first_target`.
 std::size_t CommonFrames(const std::vector<Frame>& frames, const StreamSetup& setup,
-                         const std::vector<Axes>& samples, std::size_t first_sample) {
+                         const Course& course, std::size_t first_target) {
   StreamModel model(setup, frames.front().pos);
   for (std::size_t k = 0; k < frames.size(); ++k) {
-    if (k >= first_sample && k - first_sample < samples.size()) {
-      model.OnStep(samples[k - first_sample]);
+    if (k >= first_target && k - first_target < course.targets.size()) {
+      model.OnFollow(course.is_run);
+      model.OnStep(course.targets[k - first_target]);
     } else if (k > 0) {
+      model.OnFollow(false);
       model.OnHold();
     }
     if (!SameFrame(model.frame(), frames[k])) return k;
@@ -43,8 +45,7 @@ std::size_t CommonFrames(const std::vector<Frame>& frames, const StreamSetup& se
 
 }  // namespace
 
-std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group,
-                                    std::size_t dof) {
+Course RunCourse(const Waypoints& waypoints, const GroupRow& group, std::size_t dof) {
   std::vector<Axes> points;
   for (const Waypoint& waypoint : waypoints.points) {
     Axes point{};
@@ -69,7 +70,7 @@ std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& 
   cut = cut && cutter.OnCutStop(end);
   AppendColumns(samples, end, dof);
   if (!cut) Fail(waypoints.file, ": the planner refuses the waypoints");
-  return samples;
+  return {.targets = std::move(samples), .is_run = true};
 }
 
 StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
@@ -101,6 +102,10 @@ StreamModel::StreamModel(const StreamSetup& setup, const Axes& start)
   shaper_.OnArm(shaper_cfg_, unshaped_);
 }
 
+void StreamModel::OnFollow(bool on) {
+  if (ZQNSyncDTS_OnFollow != nullptr) ZQNSyncDTS_OnFollow(&generator_, on);
+}
+
 void StreamModel::OnStep(const Axes& target) {
   std::copy_n(target.begin(), dof_, target_.begin());
   Axes pos{};
@@ -112,23 +117,24 @@ void StreamModel::OnStep(const Axes& target) {
 }
 
 StreamComparison CompareStream(const std::vector<Frame>& frames, const StreamSetup& setup,
-                               const std::vector<Axes>& samples) {
+                               const Course& course) {
+  const std::size_t targets = course.targets.size();
   StreamComparison result;
-  if (frames.size() <= samples.size()) {
+  if (frames.size() <= targets) {
     result.frame = frames.size();
     result.problem =
-        Text("the recording has ", frames.size(), " frames, the run alone has ", samples.size());
+        Text("the recording has ", frames.size(), " frames, the run alone has ", targets);
     return result;
   }
-  const std::size_t latest = frames.size() - samples.size();
+  const std::size_t latest = frames.size() - targets;
   const std::size_t moves = CommonFrames(frames, setup, {}, 0);
   std::size_t best = 0;
   const std::size_t from = std::min(moves, latest);
   for (std::size_t start = from; start >= 1 && start + kStartSearch > from; --start) {
-    const std::size_t common = CommonFrames(frames, setup, samples, start);
+    const std::size_t common = CommonFrames(frames, setup, course, start);
     if (common >= best) {
       best = common;
-      result.first_sample = start;
+      result.first_target = start;
     }
     if (common == frames.size()) break;
   }

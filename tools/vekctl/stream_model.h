@@ -22,9 +22,12 @@ struct StreamSetup {
   const CfgConfig* shaper = nullptr;
 };
 
-// Targets of a run, one a frame.
-std::vector<Axes> TrajectorySamples(const Waypoints& waypoints, const GroupRow& group,
-                                    std::size_t dof);
+// Where a group is to go, one target a frame.
+struct Course {
+  std::vector<Axes> targets;
+  bool is_run = false;  // samples, which are followed, and not a joint command
+};
+Course RunCourse(const Waypoints& waypoints, const GroupRow& group, std::size_t dof);
 
 class StreamModel {
  public:
@@ -33,6 +36,8 @@ class StreamModel {
 
   // The frame built last; at first the start frame.
   const Frame& frame() const { return frame_; }
+  // Whether the targets from now on are a run's.
+  void OnFollow(bool on);
   // Builds the next frame, towards `target` on the group's axes.
   void OnStep(const Axes& target);
   // The same towards the target of before.
@@ -51,12 +56,12 @@ class StreamModel {
 
 struct StreamComparison {
   bool same = false;
-  std::size_t first_sample = 0;  // frame of the run's first target
+  std::size_t first_target = 0;  // frame at which the course begins
   std::size_t frame = 0;         // the first that differs, when not the same
   std::string problem;           // in words, when not the same
 };
 
-// Compares a recording with what the model gives: the start frame, a hold, all samples, then a
-// hold. The frame at which the run starts is searched for.
+// Compares a recording with what the model gives: the start frame, a hold, the whole course, then a
+// hold. The frame at which the course begins is searched for.
 StreamComparison CompareStream(const std::vector<Frame>& frames, const StreamSetup& setup,
-                               const std::vector<Axes>& samples);
+                               const Course& course);

@@ -141,17 +141,16 @@ class GroupCheck {
   }
 
   void CheckStream() {
-    // A joint command is the target from one frame on: a run of one sample.
-    const auto samples = deed_.waypoints
-                             ? TrajectorySamples(*deed_.waypoints, group_, setup_.limits.dof)
-                             : std::vector<Axes>{End()};
-    const StreamComparison comparison = CompareStream(frames_, setup_, samples);
-    Print(comparison.same,
-          comparison.same
-              ? Text("all frames are those that Vek produces, in order; ", samples.size(),
-                     samples.size() == 1 ? " sample begins" : " samples begin", " at frame ",
-                     comparison.first_sample)
-              : comparison.problem);
+    // A joint command is the target from one frame on.
+    const Course course = deed_.waypoints ? RunCourse(*deed_.waypoints, group_, setup_.limits.dof)
+                                          : Course{.targets = {End()}, .is_run = false};
+    const std::size_t samples = course.targets.size();
+    const StreamComparison comparison = CompareStream(frames_, setup_, course);
+    Print(comparison.same, comparison.same
+                               ? Text("all frames are those that Vek produces, in order; ", samples,
+                                      samples == 1 ? " sample begins" : " samples begin",
+                                      " at frame ", comparison.first_target)
+                               : comparison.problem);
   }
 
   const GroupRecording& recording_;

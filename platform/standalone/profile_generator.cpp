@@ -1,0 +1,231 @@
+// Motion maths: the profile generator. docs/motion-maths.md derives the law.
+//
+// Per axis, a step of length T changes the speed by at most h = A*T, so speeds are counted in h and
+// distances in q = h*T. An axis that makes its next step at speed u and then brakes by 1 a step
+// covers u + (u-1) + ... = (n+1)*(u - n/2) before it rests, n + 1 being the number of terms above
+// 0. Solved for u, the largest next speed from which it can stop exactly at distance e is e/(n+1) +
+// n/2 with the largest n that has room: n*(n+1)/2 <= e. Taken anew each step, this speed falls by 1
+// a step and within the last q is e itself: the axis lands, and needs no more than 1 to stand.
+//
+// What an axis does is judged by the differences of its positions, and those are rounded. The state
+// keeps the speed that was meant, so that roundings do not add up in it, and braking may take a
+// grain more than A, the size of a rounding, so that they do not carry an axis past its target.
+#include <algorithm>
+#include <cmath>
+
+#include "platform/motion_maths.h"
+#include "platform/standalone/axis_pair.h"
+
+namespace {
+
+using namespace axis_pair;
+
+// Larger limits, and periods beyond it or its inverse, would overflow and serve no machine.
+constexpr double kLargest = 1e100;
+// In q: of a larger distance the law would see no more than the order.
+constexpr double kFarthest = 1e15;
+// In h: how closely the planned speed has to agree with a landing.
+constexpr double kTolerance = 1e-9;
+// Shares of h. A target's acceleration is left to it up to the first; the rest catches up. A change
+// of its speed beyond the second is a jump, which takes no acceleration to follow: nothing could.
+constexpr double kMostReserve = 15.0 / 16;
+constexpr double kJump = 2;
+
+void set_limits(const ZQNSyncDTS& state, const double* given, double* limits) {
+  for (int a = 0; a < state.axes; ++a) {
+    const bool valid = std::isfinite(given[a]) && given[a] > 0;
+    limits[a] = valid ? std::min(given[a], kLargest) : 0.0;
+  }
+}
+
+// The next targets of a pair: the last ones where those given are not finite.
+Pair next_target(const ZQNSyncDTS& state, const double* given, int a) {
+  const Pair target = load_left(given + a, state.axes - a);
+  return is_finite(target) ? target : load(state.target + a);
+}
+
+void take_targets(ZQNSyncDTS& state, const double* given) {
+  for (int a = 0; a < state.axes; a += 2) store(state.target + a, next_target(state, given, a));
+}
+
+void place(ZQNSyncDTS& state) {
+  std::copy_n(state.target, kMathsAxes, state.pos);
+  std::fill_n(state.speed, kMathsAxes, 0.0);
+  std::fill_n(state.vel, kMathsAxes, 0.0);
+  std::fill_n(state.target_speed, kMathsAxes, 0.0);
+  state.placed = true;
+  state.run_begins = true;
+}
+
+// Largest next speed, in h, from which an axis can stop exactly at distance e >= 0, in q.
+Pair stopping_speed(Pair e) {
+  const Pair n = nearest(root(2 * e + 0.25) - 1);  // rounds down sqrt(2e + 1/4) - 1/2
+  return e / (n + 1) + 0.5 * n;
+}
+
+// What a pair of axes may do in the next step.
+struct Authority {
+  Pair top;    // largest speed
+  Pair h;      // largest change of speed
+  Pair grain;  // what rounding makes of a speed
+};
+
+inline Authority authority(const ZQNSyncDTS& state, int a) {
+  const double T = state.period_s;
+  const Pair pos = load(state.pos + a);
+  const Pair h = load(state.acc_limit + a) * T;
+  // An acceleration that drowns in the position's rounding is none.
+  const Mask moves = (h * T >= ulp(pos)) & (h > 0);
+  const Pair top = load(state.vel_limit + a);
+  return {.top = moves ? top : both(0),
+          .h = moves ? h : both(0),
+          .grain = DBL_EPSILON * (magnitude(pos) * (1 / T) + 2 * magnitude(load(state.speed + a)))};
+}
+
+// Where the axes can come to rest before the targets, or at once, under the limits in force.
+Mask can_stop(const ZQNSyncDTS& state, Pair target, int a) {
+  const double T = state.period_s;
+  const Authority may = authority(state, a);
+  const Pair speed = load(state.speed + a);
+  const Pair v = magnitude(speed) / larger(may.h, both(DBL_MIN));
+  const Pair n = nearest(v - 0.5);  // steps to rest: rounds down v
+  const Pair way = (n * v - 0.5 * n * (n + 1)) * may.h * T;
+  const Pair room = along(target - load(state.pos + a), speed);
+  return (magnitude(speed) <= may.h) | (way <= room + v * may.grain * T);
+}
+
+// After a change of the limits, until all axes brake by the new ones: an axis that cannot stop any
+// more before its target keeps the largest acceleration that was in force since it could.
+void settle_brakes(ZQNSyncDTS& state, const double* given) {
+  Mask settled = Mask{-1, -1};
+  for (int a = 0; a < state.axes; a += 2) {
+    const Pair acc = load(state.acc_limit + a);
+    const Pair kept = larger(load(state.brake_acc + a), acc);
+    const Pair brake = can_stop(state, next_target(state, given, a), a) ? acc : kept;
+    store(state.brake_acc + a, brake);
+    settled &= brake == acc;
+  }
+  state.brakes_settled = (settled[0] & settled[1]) != 0;
+}
+
+// The frame of reference in which the next step is planned.
+struct PlanFrame {
+  Pair speed;  // of the target; 0 for a target that is not followed
+  Pair h;      // what is left for the axis beside the changes of that speed
+};
+
+// The target's own frame. What its speed has changed by at most since the run began stays reserved
+// for such changes; with the present one alone, a catching-up that began while the target moved
+// evenly would end too fast.
+PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, int a) {
+  const Pair speed = limited((target - load(state.target + a)) / state.period_s, may.top);
+  const Pair change = magnitude(speed - load(state.target_speed + a));
+  const Pair reserve = load(state.reserve + a);
+  const Pair needed = change <= kJump * may.h ? larger(change, reserve) : reserve;
+  store(state.target_speed + a, speed);
+  store(state.reserve + a, needed);
+  return {.speed = speed, .h = may.h - smaller(needed, kMostReserve * may.h)};
+}
+
+// One step of a pair of axes: position, speed meant, velocity; the accelerations are the result.
+template <bool following>
+Pair step(ZQNSyncDTS& state, const double* given, int a) {
+  const double T = state.period_s;
+  const Pair pos = load(state.pos + a);
+  const Pair speed = load(state.speed + a);
+  const Pair vel = load(state.vel + a);
+  const Pair target = next_target(state, given, a);
+  const Authority may = authority(state, a);
+  PlanFrame frame{.speed = both(0), .h = may.h};
+  if constexpr (following) frame = follow(state, may, target, a);
+
+  const Pair ahead = target - pos - frame.speed * T;
+  const Pair e = smaller(magnitude(ahead) / larger(frame.h * T, both(DBL_MIN)), both(kFarthest));
+  const Pair law = frame.speed + with_sign(stopping_speed(e) * frame.h, ahead);
+
+  const Pair brake = load(state.brake_acc + a) * T + may.grain;
+  const Pair braked = with_sign(larger(magnitude(speed) - brake, both(0)), speed);
+  const Pair least = smaller(speed - may.h, braked);
+  const Pair most = larger(speed + may.h, braked);
+  const Pair next_speed = larger(smaller(limited(law, may.top), most), least);
+
+  const Pair way = next_speed * T;
+  const Pair near = (kTolerance * smaller(may.h, may.top) + 0.5 * may.grain) * T;
+  const Mask lands = (e <= 1 + kTolerance) & (magnitude(way - (target - pos)) <= near);
+  const Pair next_pos = lands ? target : pos + way;
+  const Pair next_vel = (next_pos - pos) / T;
+  store(state.target + a, target);
+  store(state.pos + a, next_pos);
+  store(state.speed + a, lands ? next_vel : next_speed);
+  store(state.vel + a, next_vel);
+  return (next_vel - vel) / T;
+}
+
+template <bool following>
+void step_all(ZQNSyncDTS& state, const double* target, double* pos, double* vel, double* acc) {
+  for (int a = 0; a < state.axes; a += 2) {
+    const int left = state.axes - a;
+    store_left(acc + a, step<following>(state, target, a), left);
+    store_left(pos + a, load(state.pos + a), left);
+    store_left(vel + a, load(state.vel + a), left);
+  }
+}
+
+}  // namespace
+
+bool ZQNSyncDTS_OnInit(ZQNSyncDTS* state, long axes, double dt_ms, const double* vel,
+                       const double* acc, const double* third) {
+  *state = {};
+  const double period_s = dt_ms / 1000;
+  if (axes < 1 || axes > kMathsAxes) return false;
+  if (!(period_s >= 1 / kLargest && period_s <= kLargest)) return false;
+  state->axes = static_cast<int>(axes);
+  state->period_s = period_s;
+  ZQNSyncDTS_OnSetRunTimeLmt(state, vel, acc);
+  set_limits(*state, third, state->third_limit);
+  return true;
+}
+
+void ZQNSyncDTS_OnEmpty(ZQNSyncDTS* state) {
+  state->placed = false;
+}
+
+void ZQNSyncDTS_OnDT(ZQNSyncDTS* state, const double* target, double* pos) {
+  take_targets(*state, target);
+  place(*state);
+  std::copy_n(state->pos, state->axes, pos);
+}
+
+void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, double* vel,
+                      double* acc) {
+  // A run's first target has no speed of its own: it is wherever the run begins.
+  if (!state->placed || state->run_begins) take_targets(*state, target);
+  if (!state->placed) place(*state);
+  state->run_begins = false;
+  if (!state->brakes_settled) settle_brakes(*state, target);
+  const auto step = state->following ? step_all<true> : step_all<false>;
+  step(*state, target, pos, vel, acc);
+}
+
+void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on) {
+  if (on && !state->following) {
+    std::fill_n(state->target_speed, kMathsAxes, 0.0);
+    std::fill_n(state->reserve, kMathsAxes, 0.0);
+    state->run_begins = true;
+  }
+  state->following = on;
+}
+
+void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc) {
+  ZQNSyncDTS_OnSetRunTimeVel(state, vel);
+  ZQNSyncDTS_OnSetRunTimeAcc(state, acc);
+}
+
+void ZQNSyncDTS_OnSetRunTimeVel(ZQNSyncDTS* state, const double* vel) {
+  set_limits(*state, vel, state->vel_limit);
+}
+
+void ZQNSyncDTS_OnSetRunTimeAcc(ZQNSyncDTS* state, const double* acc) {
+  set_limits(*state, acc, state->acc_limit);
+  state->brakes_settled = false;
+}

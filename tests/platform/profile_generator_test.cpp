@@ -1,0 +1,247 @@
+// The profile generator's promises, on random states and streams.
+#include <cfloat>
+#include <random>
+#include <vector>
+
+#include "tests/platform/profile_generator_rig.h"
+
+namespace {
+
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine_(seed) {}
+  double Between(double from, double to) { return from + (to - from) * share_(engine_); }
+  // From 10^from to 10^to.
+  double Size(double from, double to) { return std::pow(10, Between(from, to)); }
+  double Sign() { return OneIn(2) ? 1 : -1; }
+  bool OneIn(double count) { return Between(0, count) < 1; }
+
+ private:
+  std::mt19937_64 engine_;
+  std::uniform_real_distribution<double> share_;
+};
+
+// A speed v0 (in h) under the limit v (in h), and a target at distance e (in q).
+struct Start {
+  double acc, v0, v, e;
+
+  // Whether `count` steps can lead exactly to the target and there to a speed from which one more
+  // step leads to rest: with the largest speeds that limits and rest allow in each step the axis
+  // comes at least as far, and with the smallest ones at most as far.
+  bool Suffices(long count, double distance) const {
+    double farthest = 0;
+    double nearest = 0;
+    for (long i = 1; i <= count; ++i) {
+      const auto k = static_cast<double>(i);
+      const auto left = static_cast<double>(count - i);
+      const double most = std::min({v0 + k, std::max(v, v0 - k), 1 + left});
+      const double least = -std::min({-v0 + k, std::max(v, -v0 - k), 1 + left});
+      if (least > most) return false;
+      farthest += most;
+      nearest += least;
+    }
+    return nearest <= distance && distance <= farthest;
+  }
+  bool MustPass() const {
+    const double n = std::floor((std::sqrt(1 + 8 * std::abs(e)) - 1) / 2);
+    return std::copysign(v0, v0 * e) - 1 > std::abs(e) / (n + 1) + n / 2;
+  }
+};
+
+// How one axis comes to its target.
+struct Arrival {
+  long steps = 0;  // 0: not there yet
+  bool passed = false;
+  const char* fault = nullptr;
+};
+
+std::string Judged(const Start& start, const Arrival& arrival) {
+  if (arrival.fault != nullptr) return arrival.fault;
+  if (arrival.passed && !start.MustPass()) return "passes";
+  const auto suffices = [&](long steps) {
+    return start.Suffices(steps, start.e * (1 - 1e-9)) || start.Suffices(steps, start.e) ||
+           start.Suffices(steps, start.e * (1 + 1e-9));
+  };
+  if (!suffices(arrival.steps)) return "too soon";
+  if (arrival.steps > 1 && start.Suffices(arrival.steps - 1, start.e * (1 - 1e-9)) &&
+      start.Suffices(arrival.steps - 1, start.e * (1 + 1e-9))) {
+    return "too late";
+  }
+  return "";
+}
+
+TEST(ProfileGenerator, ArrivesInTheFewestStepsFromAnyState) {
+  Random random(1);
+  constexpr int kStates = 100000;
+  for (int state = 0; state < kStates && !testing::Test::HasFailure(); state += kMathsAxes) {
+    Generator g(random.OneIn(2) ? 1 : 4);
+    std::array<Start, kMathsAxes> starts;
+    // To any speed, on the way to somewhere far off.
+    const double size = random.Size(-2, 1);
+    for (std::size_t a = 0; a < kMathsAxes; ++a) {
+      g.target[a] = random.Between(-size, size);
+      g.acc_limit[a] = random.Size(-1, 2);
+      g.vel_limit[a] = g.acc_limit[a] * g.period_s * random.Size(-1, 2);
+    }
+    g.SetLimits();
+    g.Place();
+    for (double& target : g.target) target = random.Sign() * 1e6;
+    g.Step(101);
+    // From there to the target, under any velocity limit.
+    std::vector<Judge> judges;
+    for (std::size_t a = 0; a < kMathsAxes; ++a) {
+      const double h = g.acc_limit[a] * g.period_s;
+      const double q = h * g.period_s;
+      g.vel_limit[a] = h * random.Size(-0.5, 2);
+      const double distance = std::min(random.Size(-1, 3.7), 300 * g.vel_limit[a] / h);
+      g.target[a] = g.pos[a] + q * random.Sign() * distance;
+      starts[a] = {g.acc_limit[a], g.vel[a] / h, g.vel_limit[a] / h, (g.target[a] - g.pos[a]) / q};
+      judges.push_back({g.period_s, g.pos[a], g.acc_limit[a], g.vel[a]});
+    }
+    g.SetLimits();
+    std::array<Arrival, kMathsAxes> arrivals;
+    int there = 0;
+    for (long step = 1; there < 3 * kMathsAxes && step < 100000; ++step) {
+      g.Step();
+      for (std::size_t a = 0; a < kMathsAxes; ++a) {
+        Arrival& arrival = arrivals[a];
+        const bool was_there = arrival.steps > 0;
+        const char* const fault =
+            judges[a].Fault(g.pos[a], g.target[a], g.vel_limit[a], g.acc_limit[a]);
+        if (fault != nullptr) arrival.fault = fault;
+        arrival.passed |= (g.target[a] - g.pos[a]) * starts[a].e < 0;
+        const bool at_rest = std::abs(g.vel[a]) <= g.acc_limit[a] * g.period_s * (1 + 1e-8);
+        if (g.pos[a] == g.target[a] && at_rest && !was_there) arrival.steps = step;
+        if (was_there && g.pos[a] != g.target[a]) arrival.fault = "leaves again";
+        there += was_there && step <= arrival.steps + 3 ? 1 : 0;
+      }
+    }
+    for (std::size_t a = 0; a < kMathsAxes; ++a) {
+      const Start& s = starts[a];
+      EXPECT_EQ(Judged(s, arrivals[a]), "")
+          << std::hexfloat << "Start{" << s.acc << ", " << s.v0 << ", " << s.v << ", " << s.e
+          << "} in " << arrivals[a].steps << " steps of " << g.period_s;
+    }
+  }
+}
+
+// Targets and limits that change at any time: the axis stays within the range of its targets.
+TEST(ProfileGenerator, KeepsItsLimitsAndRangeWhateverIsOrdered) {
+  Random random(2);
+  for (int run = 0; run < 60 && !testing::Test::HasFailure(); ++run) {
+    Generator g(random.OneIn(4) ? 4 : 1);
+    const double size = random.Size(-3, 3);
+    const double target_steps = random.Size(0, 3);
+    const double limit_steps = random.Size(0, 3);
+    const double spread = random.Size(-3, 0);
+    const double largest_acc = random.Between(-1, 2.5);
+    for (double& target : g.target) target = random.Between(-size, size);
+    g.Place();
+    AxisValues low = g.pos;
+    AxisValues high = g.pos;
+    std::vector<Judge> judges;
+    for (const double pos : g.pos) judges.push_back({g.period_s, pos, 0});
+    for (int step = 0; step < 20000; ++step) {
+      for (std::size_t a = 0; a < kMathsAxes; ++a) {
+        if (random.OneIn(target_steps)) {
+          const double from = random.OneIn(5) ? random.Between(-size, size) : g.target[a];
+          g.target[a] = from + spread * random.Between(-size, size);
+        }
+        if (random.OneIn(limit_steps)) {
+          g.vel_limit[a] = random.OneIn(9) ? 0 : random.Size(-1, 0.5);
+          g.acc_limit[a] = random.OneIn(9) ? 0 : random.Size(-2, largest_acc);
+        }
+        low[a] = std::min(low[a], g.target[a]);
+        high[a] = std::max(high[a], g.target[a]);
+      }
+      g.SetLimits();
+      g.Step();
+      for (std::size_t a = 0; a < kMathsAxes; ++a) {
+        const char* fault = judges[a].Fault(g.pos[a], g.target[a], g.vel_limit[a], g.acc_limit[a]);
+        const double slack = 1e-12 * std::max(1.0, size);
+        if (g.pos[a] < low[a] - slack || g.pos[a] > high[a] + slack) fault = "out of range";
+        if (g.vel[a] != judges[a].vel || g.acc[a] != judges[a].acc) fault = "output";
+        ASSERT_EQ(fault, nullptr) << fault << ": run " << run << " step " << step << " axis " << a
+                                  << std::hexfloat << " at " << g.pos[a] << " speed " << g.vel[a]
+                                  << " target " << g.target[a] << " acc_limit " << g.acc_limit[a]
+                                  << " brake " << judges[a].brake;
+      }
+    }
+  }
+}
+
+// An axis near 1000 at speed 1 (limit 1, acceleration 10) when the limits change.
+TEST(ProfileGenerator, BrakesByTheAccelerationThatIsDue) {
+  const struct {
+    double vel_limit, acc_limit, room, acc;
+  } cases[] = {
+      {0, 10, 1e9, -10},   {0, 4, 1e9, -4},          {-1, 10, 1e9, -10},  // no speed
+      {NAN, 10, 1e9, -10}, {INFINITY, 10, 1e9, -10},                      // no numbers
+      {1, 0, 1e9, -10},    {0, 0, 1e9, -10},         {1, -INFINITY, 1e9, -10},
+      {1, 1e-8, 1e9, -10},                                               // drowns in the rounding
+      {1, 2, 1e9, 0},      {1, 2, 0.26, 0},          {1, 2, 0.24, -10},  // too weak to stop
+      {1, 2, -1, -10},     {1, 20, 0.05, 0},         {1, 20, 0.02, -20},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    Generator g;
+    g.target.fill(1000);
+    g.Place();
+    g.target.fill(2000);
+    g.Step(201);
+    ASSERT_NEAR(g.vel[7], 1, 1e-9);
+    g.target.fill(g.pos[7] + c.room);
+    g.vel_limit.fill(c.vel_limit);
+    g.acc_limit.fill(c.acc_limit);
+    g.SetLimits();
+    g.Step();
+    EXPECT_NEAR(g.acc[7], c.acc, 1e-5);
+    g.Step(3000);
+    const bool has_limits = c.vel_limit > 0 && c.acc_limit > 1e-6 && std::isfinite(c.vel_limit);
+    EXPECT_EQ(g.vel[7] != 0, has_limits && c.room > 3);
+    EXPECT_TRUE(g.pos == g.target || !has_limits || c.room > 1);
+  }
+}
+
+TEST(ProfileGenerator, PlacesAndRefuses) {
+  const AxisValues one = Everywhere(1);
+  const AxisValues untouched = Everywhere(77);
+  AxisValues pos = untouched;
+  AxisValues vel = untouched;
+  AxisValues acc = untouched;
+  ZQNSyncDTS state{};
+  const auto step = [&](double target) {
+    ZQNSyncDTS_OnDT2(&state, Everywhere(target).data(), pos.data(), vel.data(), acc.data());
+  };
+  const struct {
+    long axes;
+    double dt_ms;
+  } refused[] = {{0, 1}, {-1, 1}, {9, 1}, {8, 0}, {8, -1}, {8, NAN}, {8, INFINITY}};
+  for (const auto& r : refused) {
+    EXPECT_FALSE(ZQNSyncDTS_OnInit(&state, r.axes, r.dt_ms, one.data(), one.data(), one.data()));
+    ZQNSyncDTS_OnFollow(&state, true);
+    ZQNSyncDTS_OnSetRunTimeLmt(&state, one.data(), one.data());
+    ZQNSyncDTS_OnDT(&state, one.data(), pos.data());
+    step(3);
+    EXPECT_TRUE(pos == untouched && vel == untouched && acc == untouched);
+  }
+  const double third[] = {5, NAN, -1};
+  ASSERT_TRUE(ZQNSyncDTS_OnInit(&state, 3, 1, one.data(), one.data(), third));
+  EXPECT_EQ(state.third_limit[0] + state.third_limit[1] + state.third_limit[2], 5);
+  step(3);  // the first step places
+  EXPECT_TRUE(pos[2] == 3 && vel[2] == 0 && acc[2] == 0 && pos[3] == 77) << "an axis too many";
+  step(4);
+  EXPECT_NEAR(vel[2], 0.001, 1e-12);
+  ZQNSyncDTS_OnEmpty(&state);
+  step(-5);
+  EXPECT_TRUE(pos[2] == -5 && vel[2] == 0);
+  for (const double no_number : {NAN, INFINITY, -INFINITY}) {
+    step(-5.0000001);
+    step(no_number);
+    EXPECT_EQ(pos[2], -5.0000001);
+    ZQNSyncDTS_OnDT(&state, Everywhere(no_number).data(), pos.data());
+    EXPECT_EQ(pos[2], -5.0000001);
+  }
+}
+
+}  // namespace
