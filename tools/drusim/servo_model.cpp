@@ -69,6 +69,7 @@ bool ServoModel::OnCycle(double period_s) {
 void ServoModel::SetFault(std::size_t axis, std::uint32_t code) {
   if (axis >= AxisCount()) Fail(group_.key, " has ", AxisCount(), " axes");
   servos_.SetFault(axis, code);
+  FollowFaults();
 }
 
 void ServoModel::FollowFaults() {
