@@ -9,6 +9,8 @@
 #include <mutex>
 
 #include "platform/debug_log.h"
+#include "platform/standalone/timing_recorder.h"
+#include "platform/task_timing.h"
 #include "tests/realtime/trap.h"
 #include "tests/support/log_lines.h"
 #include "tests/vek/vek_rig.h"
@@ -202,4 +204,20 @@ TEST_F(TrappedCycle, ALogThatOutrunsItsWriter) {
             }),
             "");
   EXPECT_FALSE(LogLines("messages lost").empty());
+}
+
+TEST_F(Trapped, ATimingRecordAndItsReset) {
+  const TempRoot root;
+  root.MakeAreas();
+  real_time::TimingRecorder recorder;
+  recorder.Open("T");
+  KShm file;
+  ASSERT_TRUE(file.OnOpen("/var/T.timing", sizeof(task_timing::Record)));
+  shared::store(file.OnGetAddr(), SHARED_FIELD(task_timing::Record, reset_request), 1);
+  EXPECT_EQ(Caught([&] {
+              recorder.BeginCycle({1'000'000, 0, 5'000, true, 0});
+              recorder.EndCycle(9'000'000);
+            }),
+            "");
+  EXPECT_EQ(shared::load(file.OnGetAddr(), SHARED_FIELD(task_timing::Record, resets_done)), 1U);
 }
