@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "tests/support/temp_root.h"
-#include "tests/tools/tool_files.h"
+#include "tests/tools/played_script.h"
 #include "tools/area_view.h"
 #include "vek/groups.h"
 
@@ -53,22 +53,16 @@ class EndToEnd : public testing::Test {
 // Model and Vek agree on plain and shaped frames and on a joint command, whatever the servo side's
 // pace.
 TEST_F(EndToEnd, TheRecordingOfAScriptIsRight) {
-  const TempFile script(
+  const std::string script =
       "0 state arm0 POSITION\n0 state arm1 POSITION\n0 state body POSITION\n" +
       Text("400 traj arm0 ", kWave, "\n400 traj arm1 ", kEight, "\n400 traj body ", kBow) +
-      "\n2000 pause arm1 on\n2500 pause arm1 off\n3000 stall 20\n11000 quit\n");
-  ChildProcess vek("vek");
-  ASSERT_TRUE(vek.WaitForText("Vek is running..."));
-  const std::string frames = root_.Path("/frames.csv");
-  ChildProcess drusim(
-      "drusim", {"--script", script.path(), "--record", frames, "--groups", "arm0,arm1,body,head"});
-  ASSERT_TRUE(DruRuns());
-  Expect({"state", "head", "POSITION"}, 0, "head: POSITION reached after");
-  Expect({"move", "head", "0.3", "-0.2", "0.1"}, 0, "head: reached 0.3 -0.2 0.1 rad after ");
-  ASSERT_EQ(drusim.Wait(100), 0) << drusim.Stderr();
-  vek.Signal(SIGINT);
-  EXPECT_EQ(vek.Wait(), 0);
-  Arguments verify{"verify", frames, "--log", root_.Path("/var/vek.log")};
+      "\n2000 pause arm1 on\n2500 pause arm1 off\n3000 stall 20\n5000 stall-vek 8\n" +
+      "0 state head POSITION\n" + JointCommandLines(1000, kGroups[2], {0.3, -0.2, 0.1}) +
+      "11000 quit\n";
+  const Played played = PlayScript(root_, script, {"--groups", "arm0,arm1,body,head"});
+  EXPECT_NE(played.summary.find("missed periods 19\n"), std::string::npos) << played.summary;
+  EXPECT_NE(played.log.find("error count: 1, overruns: 7\n"), std::string::npos) << played.log;
+  Arguments verify{"verify", root_.Path("/frames.csv"), "--log", root_.Path("/var/vek.log")};
   for (const std::string& run : {"arm0=" + kWave, "arm1=" + kEight, "body=" + kBow}) {
     verify.push_back("--traj=" + run);
   }
@@ -97,6 +91,7 @@ TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
   Expect({"speed", "lift", "0.5"}, 0, "speed 0.5 % counts as 1 % now");
   Expect({"move", "lift", "0.1", "0", "--timeout", "0.2"}, 1, "lift: timed out at 0.");
   Expect({"speed", "lift", "100"}, 0, "speed 100 % taken over");
+  Expect({"move", "lift", "0.05", "0.01"}, 0, "lift: reached 0.05 0.01 m after ");
   Expect({"move", "lift", "0.05", "-0.9"}, 1, "stands at 0.05 -0.4 m: clamped");
 
   Expect({"brake-free", "arm0", "on"}, 0, "held unlocked");

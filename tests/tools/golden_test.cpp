@@ -9,7 +9,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <memory>
 
 #include "tests/tools/played_script.h"
 #include "tools/frames_csv.h"
@@ -146,7 +145,7 @@ TEST(Golden, FiveGroupsMoveAsTheyDidByteForByte) {
   for (const Starts starts : {Starts::VekFirst, Starts::DrusimFirst}) {
     const TempRoot root;
     ASSERT_EQ(RunProgram("vekctl", {"init"}).status, 0);
-    runs.push_back(PlayScript(root, Script(), starts));
+    runs.push_back(PlayScript(root, Script(), {}, starts));
   }
   EXPECT_TRUE(runs[0].frames == runs[1].frames);
   EXPECT_EQ(runs[0].log, runs[1].log);

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 
 #include "tests/support/temp_root.h"
 #include "tests/tools/tool_files.h"
@@ -13,14 +14,13 @@
 // All that a run leaves behind.
 struct Played {
   std::string frames, log, summary;
-
-  bool operator==(const Played&) const = default;
 };
 
 enum class Starts { VekFirst, DrusimFirst };
 
-// Plays a script to its end in the present root.
+// Plays a script to its end in the present root; more arguments go to drusim.
 inline Played PlayScript(const TempFolder& root, const std::string& script,
+                         const std::vector<std::string>& more = {},
                          Starts starts = Starts::VekFirst) {
   setenv("VEK_CLOCK", "lockstep", 1);
   setenv("VEK_LOG", root.Path("/var/vek.log").c_str(), 1);
@@ -28,7 +28,9 @@ inline Played PlayScript(const TempFolder& root, const std::string& script,
   const std::string frames = root.Path("/frames.csv");
   const auto start_vek = [] { return std::make_unique<ChildProcess>("vek"); };
   auto vek = starts == Starts::VekFirst ? start_vek() : nullptr;
-  ChildProcess drusim("drusim", {"--script", file.path(), "--record", frames});
+  std::vector<std::string> arguments{"--script", file.path(), "--record", frames};
+  arguments.insert(arguments.end(), more.begin(), more.end());
+  ChildProcess drusim("drusim", arguments);
   if (vek == nullptr) vek = start_vek();
   EXPECT_EQ(drusim.Wait(100), 0) << drusim.Stderr();
   vek->Signal(SIGINT);
