@@ -110,6 +110,7 @@ void remove_task() {
 
 void begin_task(const std::atomic<bool>& stop) {
   t_party = kTask;
+  turns().SettleThread();
   turns().Await(kTask, asked(stop));
 }
 
@@ -120,6 +121,8 @@ RTIME sleep_until(RTIME time, const std::atomic<bool>& stop) {
 
 bool sleep_in_loop(RTIME duration) {
   if (t_party != kLoop) return false;
+  static const bool settled = (turns().SettleThread(), true);
+  static_cast<void>(settled);
   const InterruptGate gate;
   turns().Sleep(kLoop, now() + duration, InterruptGate::Waits);
   return true;
@@ -132,6 +135,7 @@ namespace simulated_time {
 bool join_as_servo(const std::atomic<bool>& stop) {
   lockstep::join(lockstep::Side::kServo, lockstep::kServo);
   if (!lockstep::active()) return false;
+  lockstep::turns().SettleThread();
   lockstep::turns().Enter(lockstep::kServo, lockstep::now());
   lockstep::turns().Await(lockstep::kServo, lockstep::asked(stop));
   return true;

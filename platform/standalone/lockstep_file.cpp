@@ -1,10 +1,12 @@
 #include "platform/standalone/lockstep_file.h"
 
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -83,6 +85,7 @@ const char* File::Take() {
     clear(*state_, side_);
   } else {
     state_ = new (address) State;
+    state_->processor = static_cast<std::uint32_t>(std::max(sched_getcpu(), 0));
   }
   return nullptr;
 }

@@ -31,8 +31,9 @@ struct State {
   // The party that runs; all others wait. Changed by that party, or under the file's guard while it
   // is kNobody: time stands still.
   alignas(64) std::atomic<std::uint32_t> holder{kNobody};
-  alignas(64) std::atomic<RTIME> now{0};  // ns, by the holder
-  std::atomic<RTIME> hold{0};             // the controller is not due before, by the servo task
+  alignas(64) std::atomic<RTIME> now{0};    // ns, by the holder
+  std::atomic<RTIME> hold{0};               // the controller is not due before, by the servo task
+  std::atomic<std::uint32_t> processor{0};  // that of the first process
   std::array<Seat, kParties> seat;
 };
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -16,6 +17,9 @@ namespace lockstep {
 namespace {
 
 constexpr std::int64_t kDozeNs = 10'000'000;
+// Longer than a sleeper takes to wake up, so that one that came too late does not make all others
+// sleep from then on.
+constexpr std::int64_t kSpinNs = 50'000;
 
 #ifdef SYS_futex_time64
 constexpr long kFutex = SYS_futex_time64;
@@ -38,20 +42,31 @@ void pause_processor() {
 #endif
 }
 
-// How often a waiting party looks before it dozes: some microseconds, what the others need for
-// their turns. Without a processor for each party, and one for the threads that write, it would
-// only keep them from running.
-unsigned choose_spins() {
-  constexpr int kLeastProcessors = 4;
-  constexpr unsigned kSpins = 200;
+// Whether there is a processor for each party, and one for the threads that write.
+bool has_processors_to_spin() {
+  constexpr int kNeeded = 4;
   cpu_set_t usable;
-  const bool known = sched_getaffinity(0, sizeof usable, &usable) == 0;
-  return known && CPU_COUNT(&usable) >= kLeastProcessors ? kSpins : 0;
+  return sched_getaffinity(0, sizeof usable, &usable) == 0 && CPU_COUNT(&usable) >= kNeeded;
+}
+
+std::int64_t real_ns() {
+  std::timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * std::int64_t{1'000'000'000} + now.tv_nsec;
 }
 
 }  // namespace
 
-Turns::Turns(File& file) : file_(file), state_(file.state()), spins_(choose_spins()) {}
+Turns::Turns(File& file) : file_(file), state_(file.state()), spins_(has_processors_to_spin()) {}
+
+void Turns::SettleThread() const {
+  if (spins_) return;
+  cpu_set_t shared;
+  CPU_ZERO(&shared);
+  CPU_SET(static_cast<std::size_t>(state_.processor), &shared);
+  // Not allowed, it only takes longer.
+  static_cast<void>(sched_setaffinity(0, sizeof shared, &shared));
+}
 
 bool Turns::Enter(Party party, RTIME wake) {
   RTIME away = kAway;
@@ -137,11 +152,11 @@ void Turns::ForgetTheDead() {
 }
 
 bool Turns::Spin(Party party) const {
-  for (unsigned k = 0; k < spins_; ++k) {
-    if (Has(party)) return true;
-    pause_processor();
+  if (!spins_) return Has(party);
+  for (const std::int64_t end = real_ns() + kSpinNs; !Has(party); pause_processor()) {
+    if (real_ns() > end) return false;
   }
-  return Has(party);
+  return true;
 }
 
 // Sleeps in the kernel until the party is handed the turn, or for a while; whether it has it.

@@ -17,6 +17,9 @@ class Turns {
 
   // Lets a party take part, due at `wake`; false when it does already.
   bool Enter(Party party, RTIME wake);
+  // Prepares the calling thread, a party's. Where there are few processors the parties share one:
+  // to wake a thread on another processor takes longer than a turn.
+  void SettleThread() const;
   // Ends its part, with or without the turn.
   void Leave(Party party);
 
@@ -58,7 +61,7 @@ class Turns {
 
   File& file_;
   State& state_;
-  unsigned spins_;
+  bool spins_;  // a waiting party spins before it dozes
 };
 
 }  // namespace lockstep
