@@ -74,8 +74,9 @@ OperationStatus Vek::OperationRun::GetFloat() {
         return vek_.robot_ini_.OnGetValue(section, key, &value, 0);
       },
       [&] {
-        mailbox_.SetFloat(static_cast<float>(value));
-        return value;
+        const auto narrowed = static_cast<float>(value);
+        mailbox_.SetFloat(narrowed);
+        return narrowed;
       });
 }
 
