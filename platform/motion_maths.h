@@ -16,6 +16,7 @@ struct ZQNSyncDTS {
   bool run_begins = false;      // the next target has no speed of its own
   bool brakes_settled = false;  // every axis brakes by its acceleration limit
   double period_s = 0;          // one step
+  double rate_hz = 0;           // 1 / period_s
   double pos[kMathsAxes]{};
   double speed[kMathsAxes]{};         // planned; differs from vel by what rounds the positions
   double vel[kMathsAxes]{};           // last step / period
@@ -23,8 +24,11 @@ struct ZQNSyncDTS {
   double target_speed[kMathsAxes]{};  // of a run: last step / period, within the velocity limit
   double reserve[kMathsAxes]{};       // of a run: largest change of that speed in one step
   double vel_limit[kMathsAxes]{};
-  double acc_limit[kMathsAxes]{};
-  double brake_acc[kMathsAxes]{};  // what an axis may brake with that cannot stop in time otherwise
+  double acc_speed[kMathsAxes]{};      // what the acceleration limit adds to a speed in one step
+  double acc_way[kMathsAxes]{};        // acc_speed * period
+  double per_acc_way[kMathsAxes]{};    // 1 / acc_way, or huge
+  double landing_speed[kMathsAxes]{};  // how closely plan and target agree where an axis lands
+  double brake_speed[kMathsAxes]{};    // what an axis may lose of its speed in one step
   double third_limit[kMathsAxes]{};
 };
 
@@ -63,20 +67,15 @@ inline constexpr int kFilterWindow = 30;
 
 // State of an averaging filter; the fields are the library's own.
 struct ZQAVGF {
-  // A sum of samples, and what the roundings of its additions dropped.
-  struct Sum {
-    double total[kMathsAxes]{};
-    double dropped[kMathsAxes]{};
-  };
   int axes = 0;  // 0: not initialised
   int window = 0;
   int next = 0;         // row of the oldest samples
   bool filled = false;  // the window holds samples
   double span_s = 0;    // window * period
   double ring[kFilterWindow][kMathsAxes]{};
-  Sum sum;                     // of the window
-  Sum fresh;                   // of the rows before `next`
-  double equal[kMathsAxes]{};  // how many of the newest samples are the same, up to window
+  double sum[kMathsAxes]{};        // of the window, in parts of the samples
+  double fresh_sum[kMathsAxes]{};  // of the rows before `next`
+  double equal[kMathsAxes]{};      // how many of the newest samples are the same, up to window
 };
 
 // A mean of `window` samples (1..30) taken every `period_s` seconds. False, leaving the state
@@ -85,10 +84,11 @@ struct ZQAVGF {
 bool ZQAVGF_OnInit(ZQAVGF* state, long axes, long window, double period_s);
 // Forgets the samples; the next one fills the window.
 void ZQAVGF_OnEmpty(ZQAVGF* state);
-// Takes one sample an axis; gives the mean of the last `window` ones and its velocity: the newest
-// sample's distance from the one `window` samples before it, over the window's time. When the
-// window's samples are the same double, gives exactly that one and velocity 0. A sample that is not
-// finite repeats the one before it, 0 at first. `out` may be `in`.
+// Takes one sample an axis; gives the mean of the last `window` ones, to 1e-12 of the largest of
+// the last two windows, and its velocity: the newest sample's distance from the one `window`
+// samples before it, over the window's time. When the window's samples are the same double, gives
+// exactly that one and velocity 0. A sample that is not finite repeats the one before it, 0 at
+// first. `out` may be `in`.
 void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel);
 
 // Square root; 0 for what is not positive.

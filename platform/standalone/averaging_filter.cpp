@@ -2,9 +2,7 @@
 //
 // A running sum: the newest sample comes, the oldest goes. Beside it a second sum takes the same
 // samples from an empty start; after a window's length it has seen just that window and replaces
-// the first. So no rounding outlives a window, and every sample costs the same. Each sum keeps what
-// the roundings of its additions drop, which are doubles themselves: even a huge sample leaves the
-// window without a trace.
+// the first. So no rounding outlives a window, and every sample costs the same.
 #include <algorithm>
 #include <cmath>
 
@@ -19,25 +17,6 @@ using namespace axis_pair;
 constexpr double kPart = 1.0 / 32;
 static_assert(kPart * kFilterWindow < 1);
 
-// The sums of a pair of axes.
-struct PairSum {
-  Pair total;
-  Pair dropped;
-
-  PairSum(const ZQAVGF::Sum& from, int a)
-      : total(load(from.total + a)), dropped(load(from.dropped + a)) {}
-  void Store(ZQAVGF::Sum& to, int a) const {
-    store(to.total + a, total);
-    store(to.dropped + a, dropped);
-  }
-  void Add(Pair x) {
-    const Pair sum = total + x;
-    const Pair added = sum - total;
-    dropped += (total - (sum - added)) + (x - added);
-    total = sum;
-  }
-};
-
 Pair newest_sample(const ZQAVGF& state, int a) {
   return load(state.ring[(state.next > 0 ? state.next : state.window) - 1] + a);
 }
@@ -50,35 +29,26 @@ Pair next_sample(const ZQAVGF& state, const double* in, int a) {
 
 // Fills the window with the next samples.
 void fill(ZQAVGF& state, const double* in) {
-  state.sum = {};
-  state.fresh = {};
   for (int a = 0; a < state.axes; a += 2) {
     const Pair sample = next_sample(state, in, a);
-    PairSum sum(state.sum, a);
-    for (int k = 0; k < state.window; ++k) {
-      store(state.ring[k] + a, sample);
-      sum.Add(sample * kPart);
-    }
-    sum.Store(state.sum, a);
+    for (int k = 0; k < state.window; ++k) store(state.ring[k] + a, sample);
+    store(state.sum + a, sample * kPart * state.window);
+    store(state.fresh_sum + a, both(0));
     store(state.equal + a, both(kFilterWindow));
   }
   state.next = 0;
   state.filled = true;
 }
 
-// Exchanges the oldest samples for the next ones; the mean of the window.
-Pair exchange(ZQAVGF& state, Pair sample, Pair oldest, int a) {
-  PairSum sum(state.sum, a);
-  PairSum fresh(state.fresh, a);
-  sum.Add(oldest * -kPart);
-  sum.Add(sample * kPart);
-  fresh.Add(sample * kPart);
+// Exchanges the oldest samples for the next ones; the sum of the window.
+inline Pair exchange(ZQAVGF& state, Pair sample, Pair oldest, int a) {
+  const Pair sum = load(state.sum + a) + (sample * kPart - oldest * kPart);
+  const Pair fresh = load(state.fresh_sum + a) + sample * kPart;
   const bool complete = state.next == state.window - 1;
-  (complete ? fresh : sum).Store(state.sum, a);
-  if (complete) fresh.total = fresh.dropped = both(0);
-  fresh.Store(state.fresh, a);
+  store(state.sum + a, complete ? fresh : sum);
+  store(state.fresh_sum + a, complete ? both(0) : fresh);
   store(state.ring[state.next] + a, sample);
-  return (sum.total + sum.dropped) / (state.window * kPart);
+  return sum;
 }
 
 }  // namespace
@@ -110,7 +80,8 @@ void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel) {
     const Pair repeated = smaller(load(state->equal + a) + 1, window);
     const Pair equal = sample == newest_sample(*state, a) ? repeated : both(1);
     store(state->equal + a, equal);
-    const Pair mean = limited(exchange(*state, sample, oldest, a), largest);
+    const Pair sum = exchange(*state, sample, oldest, a);
+    const Pair mean = limited(sum / (state->window * kPart), largest);
     const Pair speed = limited((sample - oldest) / state->span_s, largest);
     store_left(out + a, equal == window ? sample : mean, left);
     store_left(vel + a, equal == window ? both(0) : speed, left);

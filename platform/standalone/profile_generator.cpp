@@ -31,11 +31,8 @@ constexpr double kTolerance = 1e-9;
 constexpr double kMostReserve = 15.0 / 16;
 constexpr double kJump = 2;
 
-void set_limits(const ZQNSyncDTS& state, const double* given, double* limits) {
-  for (int a = 0; a < state.axes; ++a) {
-    const bool valid = std::isfinite(given[a]) && given[a] > 0;
-    limits[a] = valid ? std::min(given[a], kLargest) : 0.0;
-  }
+double valid_limit(double limit) {
+  return std::isfinite(limit) && limit > 0 ? std::min(limit, kLargest) : 0.0;
 }
 
 // The next targets of a pair: the last ones where those given are not finite.
@@ -70,28 +67,25 @@ struct Authority {
   Pair grain;  // what rounding makes of a speed
 };
 
-inline Authority authority(const ZQNSyncDTS& state, int a) {
-  const double T = state.period_s;
-  const Pair pos = load(state.pos + a);
-  const Pair h = load(state.acc_limit + a) * T;
+inline Authority authority(const ZQNSyncDTS& state, Pair pos, Pair speed, int a) {
   // An acceleration that drowns in the position's rounding is none.
-  const Mask moves = (h * T >= ulp(pos)) & (h > 0);
-  const Pair top = load(state.vel_limit + a);
-  return {.top = moves ? top : both(0),
-          .h = moves ? h : both(0),
-          .grain = DBL_EPSILON * (magnitude(pos) * (1 / T) + 2 * magnitude(load(state.speed + a)))};
+  const Pair q = load(state.acc_way + a);
+  const Mask moves = (q >= ulp(pos)) & (q > 0);
+  return {.top = moves ? load(state.vel_limit + a) : both(0),
+          .h = moves ? load(state.acc_speed + a) : both(0),
+          .grain = DBL_EPSILON * (magnitude(pos) * state.rate_hz + 2 * magnitude(speed))};
 }
 
 // Where the axes can come to rest before the targets, or at once, under the limits in force.
 Mask can_stop(const ZQNSyncDTS& state, Pair target, int a) {
   const double T = state.period_s;
-  const Authority may = authority(state, a);
+  const Pair pos = load(state.pos + a);
   const Pair speed = load(state.speed + a);
+  const Authority may = authority(state, pos, speed, a);
   const Pair v = magnitude(speed) / larger(may.h, both(DBL_MIN));
   const Pair n = nearest(v - 0.5);  // steps to rest: rounds down v
   const Pair way = (n * v - 0.5 * n * (n + 1)) * may.h * T;
-  const Pair room = along(target - load(state.pos + a), speed);
-  return (magnitude(speed) <= may.h) | (way <= room + v * may.grain * T);
+  return (magnitude(speed) <= may.h) | (way <= along(target - pos, speed) + v * may.grain * T);
 }
 
 // After a change of the limits, until all axes brake by the new ones: an axis that cannot stop any
@@ -99,11 +93,11 @@ Mask can_stop(const ZQNSyncDTS& state, Pair target, int a) {
 void settle_brakes(ZQNSyncDTS& state, const double* given) {
   Mask settled = Mask{-1, -1};
   for (int a = 0; a < state.axes; a += 2) {
-    const Pair acc = load(state.acc_limit + a);
-    const Pair kept = larger(load(state.brake_acc + a), acc);
-    const Pair brake = can_stop(state, next_target(state, given, a), a) ? acc : kept;
-    store(state.brake_acc + a, brake);
-    settled &= brake == acc;
+    const Pair h = load(state.acc_speed + a);
+    const Pair kept = larger(load(state.brake_speed + a), h);
+    const Pair brake = can_stop(state, next_target(state, given, a), a) ? h : kept;
+    store(state.brake_speed + a, brake);
+    settled &= brake == h;
   }
   state.brakes_settled = (settled[0] & settled[1]) != 0;
 }
@@ -112,53 +106,56 @@ void settle_brakes(ZQNSyncDTS& state, const double* given) {
 struct PlanFrame {
   Pair speed;  // of the target; 0 for a target that is not followed
   Pair h;      // what is left for the axis beside the changes of that speed
+  Pair per_q;  // 1 / (h * T)
 };
 
 // The target's own frame. What its speed has changed by at most since the run began stays reserved
 // for such changes; with the present one alone, a catching-up that began while the target moved
 // evenly would end too fast.
-PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, int a) {
-  const Pair speed = limited((target - load(state.target + a)) / state.period_s, may.top);
+inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, int a) {
+  const Pair speed = limited((target - load(state.target + a)) * state.rate_hz, may.top);
   const Pair change = magnitude(speed - load(state.target_speed + a));
   const Pair reserve = load(state.reserve + a);
   const Pair needed = change <= kJump * may.h ? larger(change, reserve) : reserve;
   store(state.target_speed + a, speed);
   store(state.reserve + a, needed);
-  return {.speed = speed, .h = may.h - smaller(needed, kMostReserve * may.h)};
+  const Pair h = may.h - smaller(needed, kMostReserve * may.h);
+  return {.speed = speed, .h = h, .per_q = 1 / larger(h * state.period_s, both(DBL_MIN))};
 }
 
 // One step of a pair of axes: position, speed meant, velocity; the accelerations are the result.
 template <bool following>
-Pair step(ZQNSyncDTS& state, const double* given, int a) {
+inline Pair step(ZQNSyncDTS& state, const double* given, int a) {
   const double T = state.period_s;
   const Pair pos = load(state.pos + a);
   const Pair speed = load(state.speed + a);
   const Pair vel = load(state.vel + a);
   const Pair target = next_target(state, given, a);
-  const Authority may = authority(state, a);
-  PlanFrame frame{.speed = both(0), .h = may.h};
+  const Authority may = authority(state, pos, speed, a);
+  PlanFrame frame{.speed = both(0), .h = may.h, .per_q = load(state.per_acc_way + a)};
   if constexpr (following) frame = follow(state, may, target, a);
 
-  const Pair ahead = target - pos - frame.speed * T;
-  const Pair e = smaller(magnitude(ahead) / larger(frame.h * T, both(DBL_MIN)), both(kFarthest));
+  const Pair distance = target - pos;
+  const Pair ahead = distance - frame.speed * T;
+  const Pair e = smaller(magnitude(ahead) * frame.per_q, both(kFarthest));
   const Pair law = frame.speed + with_sign(stopping_speed(e) * frame.h, ahead);
 
-  const Pair brake = load(state.brake_acc + a) * T + may.grain;
+  const Pair brake = load(state.brake_speed + a) + may.grain;
   const Pair braked = with_sign(larger(magnitude(speed) - brake, both(0)), speed);
   const Pair least = smaller(speed - may.h, braked);
   const Pair most = larger(speed + may.h, braked);
   const Pair next_speed = larger(smaller(limited(law, may.top), most), least);
 
   const Pair way = next_speed * T;
-  const Pair near = (kTolerance * smaller(may.h, may.top) + 0.5 * may.grain) * T;
-  const Mask lands = (e <= 1 + kTolerance) & (magnitude(way - (target - pos)) <= near);
+  const Pair near = (load(state.landing_speed + a) + 0.5 * may.grain) * T;
+  const Mask lands = (e <= 1 + kTolerance) & (magnitude(way - distance) <= near);
   const Pair next_pos = lands ? target : pos + way;
-  const Pair next_vel = (next_pos - pos) / T;
+  const Pair next_vel = (next_pos - pos) * state.rate_hz;
   store(state.target + a, target);
   store(state.pos + a, next_pos);
   store(state.speed + a, lands ? next_vel : next_speed);
   store(state.vel + a, next_vel);
-  return (next_vel - vel) / T;
+  return (next_vel - vel) * state.rate_hz;
 }
 
 template <bool following>
@@ -181,8 +178,9 @@ bool ZQNSyncDTS_OnInit(ZQNSyncDTS* state, long axes, double dt_ms, const double*
   if (!(period_s >= 1 / kLargest && period_s <= kLargest)) return false;
   state->axes = static_cast<int>(axes);
   state->period_s = period_s;
+  state->rate_hz = 1 / period_s;
   ZQNSyncDTS_OnSetRunTimeLmt(state, vel, acc);
-  set_limits(*state, third, state->third_limit);
+  for (int a = 0; a < state->axes; ++a) state->third_limit[a] = valid_limit(third[a]);
   return true;
 }
 
@@ -222,10 +220,21 @@ void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const doub
 }
 
 void ZQNSyncDTS_OnSetRunTimeVel(ZQNSyncDTS* state, const double* vel) {
-  set_limits(*state, vel, state->vel_limit);
+  for (int a = 0; a < state->axes; ++a) {
+    state->vel_limit[a] = valid_limit(vel[a]);
+    state->landing_speed[a] = kTolerance * std::min(state->vel_limit[a], state->acc_speed[a]);
+  }
 }
 
 void ZQNSyncDTS_OnSetRunTimeAcc(ZQNSyncDTS* state, const double* acc) {
-  set_limits(*state, acc, state->acc_limit);
+  for (int a = 0; a < state->axes; ++a) {
+    const double h = valid_limit(acc[a]) * state->period_s;
+    const double q = h * state->period_s;
+    const bool moves = q >= DBL_MIN;
+    state->acc_speed[a] = moves ? h : 0;
+    state->acc_way[a] = moves ? q : 0;
+    state->per_acc_way[a] = 1 / std::max(q, DBL_MIN);
+    state->landing_speed[a] = kTolerance * std::min(state->vel_limit[a], state->acc_speed[a]);
+  }
   state->brakes_settled = false;
 }
