@@ -25,7 +25,9 @@ struct OperationRig : VekRig {
   // A servo wait that runs away ends the process, not the patience.
   OperationRig() { alarm(100); }
 
-  void Start() {
+  // With more in robot.ini than the sample has.
+  void Start(const std::string& section = "") {
+    root.Write("/home/QUARLE/Config/cfg/robot.ini", Ini() + section);
     EXPECT_TRUE(Init());
     TakeLog();
   }
@@ -39,9 +41,6 @@ struct OperationRig : VekRig {
     std::string text(30, '\0');
     shared::read_bytes(text.data(), static_cast<char*>(udp) + kText, text.size());
     return text.c_str();
-  }
-  std::string Bytes(std::size_t offset, std::size_t size) const {
-    return {static_cast<const char*>(udp) + offset, size};
   }
 
   // Executes an operation and gives its status. All fields behind op_text are set, so that a text
@@ -59,6 +58,13 @@ struct OperationRig : VekRig {
     return static_cast<std::uint16_t>(Get<std::uint16_t>(kReply) - Get<std::uint16_t>(kSeq));
   }
   std::uint16_t seq = 65500;
+  // Executes an operation that is to end with a status and these messages.
+  void Check(int status, const Lines& lines, int code, int value = 0,
+             const std::string& text = "") {
+    SCOPED_TRACE(std::to_string(code) + " " + std::to_string(value) + " " + text);
+    EXPECT_EQ(Run(code, value, text), status);
+    EXPECT_EQ(TakeLog(), lines);
+  }
 
   std::string Ini() const { return root.Read("/home/QUARLE/Config/cfg/robot.ini"); }
 };
@@ -67,17 +73,15 @@ struct OperationRig : VekRig {
 template <class... Arguments>
 std::string User(const char* level, int code, Arguments... arguments) {
   char text[500];
-  std::snprintf(text, sizeof text, logging::user_message_format(code), arguments...);
+  std::snprintf(text, sizeof text, logging::user_message_format(code), arguments...,
+                0);  // so that a text without arguments is no special case
   return std::string(level) + "[user " + std::to_string(code) + "] " + text;
 }
 
 // Takes the servo commands of a group while it lives, and answers each.
 class ServoTask {
  public:
-  struct Command {
-    int axis, command;
-    bool operator==(const Command&) const = default;
-  };
+  using Command = std::pair<int, int>;  // axis, command
 
   ServoTask(VekRig& rig, const GroupRow& group, std::function<int(Command)> answer)
       : words_(reinterpret_cast<char*>(rig.sys) + 4000 * (group.index + 1) + 12),
@@ -97,7 +101,7 @@ class ServoTask {
     for (int axis = 0; axis < AREA_AXES; ++axis) {
       const shared::Field<std::int32_t> word{4 * static_cast<std::size_t>(axis)};
       const Command command{axis, shared::load_acquire(words_, word)};
-      if (command.command <= 0) continue;
+      if (command.second <= 0) continue;
       commands_.push_back(command);
       shared::store_release(words_, word, answer_(command));
     }
