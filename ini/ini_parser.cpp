@@ -8,6 +8,18 @@
 
 namespace {
 
+std::string_view Stretch(const std::string& text, int from, int to) {
+  return {text.data() + from, static_cast<std::size_t>(to - from)};
+}
+
+// Where the first of two bytes stands from `pos` on; the text's length when there is none.
+int FirstOf(const std::string& text, int pos, char one, char other) {
+  const char* const bytes = text.data();
+  const int len = static_cast<int>(text.size());
+  while (pos < len && bytes[pos] != one && bytes[pos] != other) ++pos;
+  return pos;
+}
+
 void Append(std::string& text, std::initializer_list<std::string_view> parts) {
   for (const std::string_view part : parts) text += part;
 }
@@ -26,62 +38,42 @@ bool IniParser::OnLoad(const char* path) {
   return loaded;
 }
 
+// Sections, keys and values each are one stretch of the text, but for a key that a header
+// interrupts: it goes on behind the header.
 void IniParser::Parse(const std::string& text) {
-  enum class State { BeforeFirstSection, SectionName, Key, Value };
-  State state = State::BeforeFirstSection;
-  IniSection section;
-  // The key is not emptied where a section ends: a fragment without '=' goes on in the next one.
-  std::string key;
-  std::string value;
-  const auto end_section = [&] {
-    sections_.try_emplace(section.name_, section);  // the first of a name wins, whole
-    section.OnClear();
-  };
-
   const int len = static_cast<int>(text.size());
-  int pos = 0;
-  while (pos < len) {
-    const char c = text[static_cast<std::size_t>(pos++)];
-    switch (state) {
-      case State::BeforeFirstSection:
-        if (c == '[') state = State::SectionName;
-        break;
-      case State::SectionName:
-        if (c == ']') {
-          SkipLine(text.data(), len, pos);
-          state = State::Key;
-        } else {
-          section.name_ += c;
-        }
-        break;
-      case State::Key:
-        if (c == '[') {
-          end_section();
-          state = State::SectionName;
-        } else if (c == '=') {
-          state = State::Value;
-        } else {
-          key += c;
-        }
-        break;
-      case State::Value:
-        if (c == '\n' || c == '\r') {
-          section.OnInsertItem(key, value);
-          key.clear();
-          value.clear();
-          SkipLine(text.data(), len, pos);
-          state = State::Key;
-        } else {
-          value += c;
-        }
-        break;
-    }
+  std::string key;
+  for (int pos = FirstOf(text, 0, '[', '['); pos < len;) {
+    const int name = pos + 1;
+    pos = FirstOf(text, name, ']', ']');
+    if (pos == len) return;  // an unfinished header is none
+    IniSection section;
+    section.name_ = Stretch(text, name, pos++);
+    SkipLine(text.data(), len, pos);
+    ParseRecords(text, key, pos, section);
+    // The first of a name wins, whole.
+    sections_.emplace_hint(sections_.end(), section.name_, std::move(section));
   }
+}
 
-  if (state == State::BeforeFirstSection || state == State::SectionName) return;
-  // Unlike a line, the unfinished end of the file is a record only if neither side is empty.
-  if (!key.empty() && !value.empty()) section.OnInsertItem(key, value);
-  end_section();
+// Takes the records up to the next header, or the end, into the section.
+void IniParser::ParseRecords(const std::string& text, std::string& key, int& pos,
+                             IniSection& section) {
+  const int len = static_cast<int>(text.size());
+  while (pos < len) {
+    const int start = pos;
+    pos = FirstOf(text, start, '=', '[');
+    key += Stretch(text, start, pos);
+    if (pos == len || text[static_cast<std::size_t>(pos)] == '[') return;
+    const int value = pos + 1;
+    pos = FirstOf(text, value, '\n', '\r');
+    // Unlike a line, the unfinished end of the file is a record only if neither side is empty.
+    if (pos == len && (key.empty() || value == len)) return;
+    section.params_.emplace_hint(section.params_.end(), std::move(key),
+                                 IniParam{std::string(Stretch(text, value, pos))});
+    key.clear();
+    SkipLine(text.data(), len, pos);
+  }
 }
 
 bool IniParser::OnSave(const char* path) {

@@ -20,6 +20,8 @@ class IniSection {
   virtual ~IniSection() = default;
   IniSection(const IniSection&) = default;
   IniSection& operator=(const IniSection&) = default;
+  IniSection(IniSection&&) = default;
+  IniSection& operator=(IniSection&&) = default;
 
   // Empties the name and removes all records.
   void OnClear();
