@@ -54,7 +54,6 @@ OperationReply Mailbox::Ask(const OperationRequest& request, double timeout_s) {
   }
   for (;; ShortPause()) {
     if (const auto status = Status(request.code)) return Result(*status);
-    vek_.Alive();
     if (Clock::now() >= deadline) return GiveUp(request);
   }
 }
@@ -128,7 +127,7 @@ OperationReply Mailbox::GiveUp(const OperationRequest& request) {
                      : "no reply, though the mailbox was cleared");
 }
 
-// Whether its stamp still moves; takes up to two seconds when it moved a while ago.
+// Whether its stamp moves: since Ask began, and still. Takes up to two seconds when it does not.
 bool Mailbox::VekRuns() {
   if (!vek_.Alive()) return false;
   StampWatch now = WatchVek(sys_.get());

@@ -78,36 +78,35 @@ TEST_F(MailboxTest, TakesNoOldReplyForANewOne) {
   }
 }
 
+constexpr std::size_t kToTheEnd = 996;  // of the area, from op_text
+static_assert(kText.offset + kToTheEnd == AREA_UDP_SIZE);
+
+// Over op_seq and op_reply it looks like status 100 as long as the reply is not written.
+std::string LongText(std::size_t length) {
+  std::string text(length, 'v');
+  if (length > 41) text.replace(38, 4, {1, 1, 101, 1});
+  return text;
+}
+
 TEST_F(MailboxTest, ReadsTextsThatRunOverTheReply) {
-  constexpr std::size_t kToTheEnd = AREA_UDP_SIZE - kText.offset;
-  std::string text;
+  std::atomic<std::size_t> served{0};
   StartVek([&](unsigned char* udp) {
+    const std::string text = LongText(served);
     if (text.empty()) return ClearThenReply(udp, 100);
-    const std::size_t size = std::min(text.size() + 1, kToTheEnd);
-    shared::write_bytes(udp + kText.offset, text.c_str(), size);
+    shared::write_bytes(udp + kText.offset, text.c_str(), std::min(text.size() + 1, kToTheEnd));
     ClearThenReply(udp, 0);
   });
   EXPECT_EQ(mailbox_.Ask({.code = kGetString}, 30).status, 100);
-  for (const std::size_t length : {29UL, 30UL, 37UL, 38UL, 39UL, 40UL, 41UL, 42UL, 45UL, 996UL}) {
-    text = std::string(length, 'v');
-    // Over op_seq and op_reply: what looks like status 100 as long as the reply is not written.
-    if (length > 41)
-      text.replace(38, 4,
-                   "\x01\x01"
-                   "e\x01");
+  for (const int length : {29, 30, 37, 38, 39, 40, 41, 42, 45, 996}) {
+    served = static_cast<std::size_t>(length);
+    const std::string text = LongText(served);
     const OperationReply reply = mailbox_.Ask({.code = kGetString, .text = "R.A"}, 30);
     ASSERT_EQ(reply.status, 0) << length << " " << reply.trouble;
     EXPECT_EQ(reply.OverlapsReply(), length >= 40);
-    if (length < 40) {
-      EXPECT_EQ(reply.text, text);
-    } else {
-      EXPECT_EQ(reply.text.substr(0, 40), text.substr(0, 40));
-    }
-    if (length >= 42) {
-      EXPECT_EQ(reply.text.substr(42), text.substr(42)) << length;
-    }
+    EXPECT_EQ(reply.text.substr(0, 40), text.substr(0, 40));
+    if (length < 40) EXPECT_EQ(reply.text, text);
+    if (length >= 42) EXPECT_EQ(reply.text.substr(42), text.substr(42)) << length;
   }
-  static_assert(kToTheEnd == 996);
 }
 
 TEST_F(MailboxTest, TellsWhyThereIsNoReply) {
