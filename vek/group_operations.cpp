@@ -8,8 +8,8 @@ namespace {
 
 constexpr unsigned kServoPoll_us = 10000;
 
-// A servo's word; not 0 or negative: the servo has a command still. What the servo task wrote
-// before its answer can be read after it.
+// A servo's word: positive while the servo task has not answered. What it wrote before its answer
+// can be read after it.
 std::int32_t ServoWord(const int* words, int index) {
   return shared::load_acquire<std::int32_t>(
       words, {static_cast<std::size_t>(index) * sizeof(std::int32_t)});

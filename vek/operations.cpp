@@ -14,7 +14,7 @@ void Vek::OnProcessOp() {
     mailbox.Reply(OP_INVALID_CODE, false);
     return;
   }
-  OperationStatus status = OP_FAILED;
+  OperationStatus status{};
   try {
     status = OperationRun(*this, *operation).Execute();
   } catch (const std::exception&) {  // out of memory
