@@ -60,7 +60,10 @@ TEST_F(EndToEnd, TheRecordingOfAScriptIsRight) {
       "0 state head POSITION\n" + JointCommandLines(1000, kGroups[2], {0.3, -0.2, 0.1}) +
       "11000 quit\n";
   const Played played = PlayScript(root_, script, {"--groups", "arm0,arm1,body,head"});
-  EXPECT_NE(played.summary.find("missed periods 19\n"), std::string::npos) << played.summary;
+  EXPECT_NE(played.summary.find("missed periods 20\n"), std::string::npos) << played.summary;
+  EXPECT_NE(played.log.find(" 00:00:03.021000 ERROR Error CycleTime: Vek = 0, Dru = 20000, DRU RT"),
+            std::string::npos)
+      << played.log;
   EXPECT_NE(played.log.find("error count: 1, overruns: 7\n"), std::string::npos) << played.log;
   Arguments verify{"verify", root_.Path("/frames.csv"), "--log", root_.Path("/var/vek.log")};
   for (const std::string& run : {"arm0=" + kWave, "arm1=" + kEight, "body=" + kBow}) {

@@ -23,6 +23,7 @@ inline Played PlayScript(const TempFolder& root, const std::string& script,
                          const std::vector<std::string>& more = {},
                          Starts starts = Starts::VekFirst) {
   setenv("VEK_CLOCK", "lockstep", 1);
+  setenv("TZ", "UTC0", 1);
   setenv("VEK_LOG", root.Path("/var/vek.log").c_str(), 1);
   const TempFile file(script);
   const std::string frames = root.Path("/frames.csv");

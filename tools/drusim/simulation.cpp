@@ -60,8 +60,9 @@ bool Simulation::Run(const std::atomic<bool>& stop) {
     const std::int64_t period = Period_ns();
     next += period;
     elapsed_ns_ += period;
-    // Beats that have passed already are skipped; the phase is kept.
-    const std::int64_t late = Now_ns() - next;
+    // Beats that have passed already are skipped; the phase is kept. A tick of simulated time has
+    // one cycle, so there the beat at which a long cycle ends is over, too.
+    const std::int64_t late = Now_ns() - next + (lockstep_ ? period : 0);
     if (late >= period) {
       const std::int64_t skipped = late / period;
       missed_ += skipped;
