@@ -2,10 +2,10 @@
 //
 // Per axis, a step of length T changes the speed by at most h = A*T, so speeds are counted in h and
 // distances in q = h*T. An axis that makes its next step at speed u and then brakes by 1 a step
-// covers u + (u-1) + ... = (n+1)*(u - n/2) before it rests, n + 1 being the number of terms above
-// 0. Solved for u, the largest next speed from which it can stop exactly at distance e is e/(n+1) +
-// n/2 with the largest n that has room: n*(n+1)/2 <= e. Taken anew each step, this speed falls by 1
-// a step and within the last q is e itself: the axis lands, and needs no more than 1 to stand.
+// covers u + (u-1) + ... = (n+1)*(u - n/2) before it rests, with n + 1 terms above 0. Solved for u,
+// the largest next speed from which it can stop exactly at distance e is e/(n+1) + n/2 with the
+// largest n that has room: n*(n+1)/2 <= e. Taken anew each step, this speed falls by 1 a step and
+// within the last q is e itself: the axis lands, and needs no more than 1 to stand.
 //
 // What an axis does is judged by the differences of its positions, and those are rounded. The state
 // keeps the speed that was meant, so that roundings do not add up in it, and braking may take a
@@ -115,8 +115,7 @@ struct PlanFrame {
 inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, int a) {
   const Pair speed = limited((target - load(state.target + a)) * state.rate_hz, may.top);
   const Pair change = magnitude(speed - load(state.target_speed + a));
-  const Pair reserve = load(state.reserve + a);
-  const Pair needed = change <= kJump * may.h ? larger(change, reserve) : reserve;
+  const Pair needed = larger(load(state.reserve + a), change <= kJump * may.h ? change : both(0));
   store(state.target_speed + a, speed);
   store(state.reserve + a, needed);
   const Pair h = may.h - smaller(needed, kMostReserve * may.h);
