@@ -10,24 +10,6 @@ struct Operations : testing::Test {
   OperationRig rig;
 };
 
-TEST_F(Operations, NinetySixCodesAreValidAndAllAreAnswered) {
-  rig.Start();
-  g_exit = true;  // nothing waits
-  const std::pair<int, int> valid[] = {{1, 6},     {10, 19},   {100, 114}, {150, 155}, {200, 214},
-                                       {250, 255}, {300, 306}, {350, 351}, {354, 355}, {400, 414},
-                                       {450, 455}, {500, 501}, {504, 505}, {550, 550}, {554, 554}};
-  int count = 0;
-  for (int code = 1; code <= 700; ++code) {
-    const bool is_valid = std::ranges::any_of(
-        valid, [=](auto range) { return code >= range.first && code <= range.second; });
-    EXPECT_EQ(rig.Run(code) != 99, is_valid) << code;
-    count += is_valid;
-  }
-  EXPECT_EQ(count, 96);
-  rig.TakeLog();
-  rig.Check(99, {"WARN  OnProcessOp: Invalid opertaion 32767"}, SHRT_MAX);
-}
-
 TEST_F(Operations, OtherCodesAreLeftAloneAndTheReplyWraps) {
   Vek().OnProcessOp();  // no areas
   rig.Start();
@@ -41,6 +23,7 @@ TEST_F(Operations, OtherCodesAreLeftAloneAndTheReplyWraps) {
     EXPECT_EQ(rig.Get<std::uint16_t>(rig.kReply), 64);
   }
   EXPECT_TRUE(rig.TakeLog().empty());
+  rig.Check(99, {"WARN  OnProcessOp: Invalid opertaion 32767"}, SHRT_MAX);
 }
 
 // --- Parameters ---
@@ -59,13 +42,6 @@ TEST_F(Operations, ParametersAreReadAndSet) {
   const std::string long_name = "X.Aaaaaaaaaaaaaaaaaaaaaaaaaaaa";  // 30 characters
   const std::string long_key = long_name.substr(2), no_dot(30, 'x');
   const auto done = [](const std::string& text) { return Lines{"INFO  OnProcessOp: " + text}; };
-  const auto bad = [](int code, const std::string& name) {
-    return Lines{User("WARN  ", code, name.c_str())};
-  };
-  const auto unset = [](auto... names) { return Lines{User("WARN  ", 8, names...)}; };
-  const auto absent = [](auto... names) {
-    return Lines{User("ERROR ", 2, names...), User("WARN  ", 10, names...)};
-  };
   const std::string offset = "R.L.L1.EncOffset", vel = "R.A0.L1.BASIC.VelMax";
   const std::string int32 = " ZQ_INT32 param ", real = " ZQ_FLOAT param ";
   const Row rows[] = {
@@ -73,21 +49,17 @@ TEST_F(Operations, ParametersAreReadAndSet) {
       {3, 0, 0, offset, 0, "R.L.L1", done("Get" + int32 + offset + " = 12 success"), 12},
       {2, 7, 0.1F, vel, 0, "R.A0.L1.BASIC", done("Set" + real + vel + " = 0.100000 success")},
       {4, 7, 0, vel, 0, "R.A0.L1.BASIC", done("Get" + real + vel + " = 0.100000 success"), 7, 0.1F},
-      {5, 7, 0, vel, 0, "0.1", done("Get ZQ_STRING param " + vel + " = 0.1 success")},
       {3, 1, 0, long_name, 0, "X", done("Get" + int32 + long_name + " = 5 success"), 5},
       // No dot: the text is as it was.
-      {1, 1, 0, "NoDot", 100, "NoDot", bad(7, "NoDot")},
-      {3, 1, 0, no_dot, 100, no_dot, bad(9, no_dot)},
+      {1, 1, 0, "NoDot", 100, "NoDot", {User("WARN  ", 7, "NoDot")}},
+      {3, 1, 0, no_dot, 100, no_dot, {User("WARN  ", 9, no_dot.c_str())}},
       // No key: nothing changes, and nothing is wrong.
       {1, 1, 0, "X.Other", 0, "X", done("Set" + int32 + "X.Other = 1 success")},
-      {3, 1, 0, "X.Other", 0, "X", done("Get" + int32 + "X.Other = 0 success"), 0},
       {4, 1, 2, "X.", 0, "X", done("Get" + real + "X. = 0.000000 success"), 1, 0},
       {5, 1, 0, "X.Other", 0, "", done("Get ZQ_STRING param X.Other =  success")},
       // No section.
-      {1, 1, 0, "Y.A", 200, "Y", unset("Y", "A")},
-      {2, 1, 2, ".A", 200, "", unset("", "A")},
-      {3, 1, 0, "Y.A", 200, "Y", absent("Y", "A")},
-      {5, 1, 0, "..A", 200, ".", absent(".", "A")},
+      {2, 1, 2, ".A", 200, "", {User("WARN  ", 8, "", "A")}},
+      {5, 1, 0, "..A", 200, ".", {User("ERROR ", 2, ".", "A"), User("WARN  ", 10, ".", "A")}},
   };
   rig.Start("[X]\n" + long_key + "=5\n");
   const std::string file = rig.Ini();
@@ -152,33 +124,28 @@ struct SystemOperations : Operations {
 };
 
 TEST_F(SystemOperations, VersionsCycleTimeAndTheTimeThatIsTooLong) {
-  shared::store(rig.sys, SHARED_FIELD(SysInfo, version_word), 0x40500U);
-  const std::string cycle_time = "_PD_CMD_CYCLE_TIME success, PD_CYCLE_TIME = ";
   const struct {
     int code, value, result;
     std::string line;
   } rows[] = {
-      {12, 3, 0x40500, Success("GET_VERSION")},
       {13, 0x405ff, 1, Success("CHECK_VERSION pass, sdk version is 0x000405ff")},
-      {13, 0x40600, 0, User("WARN  ", 13, 0x40500, 0x40600)},
       {13, INT_MIN + 0x40500, 0, User("WARN  ", 13, 0x40500, INT_MIN + 0x40500)},
-      {14, 25, 25, Success("SET" + cycle_time + "20")},
-      {15, 1, 20, Success("GET" + cycle_time + "20")},
-      {14, INT_MIN, INT_MIN, Success("SET" + cycle_time + "0")},
+      {14, INT_MIN, INT_MIN, Success("SET_PD_CMD_CYCLE_TIME success, PD_CYCLE_TIME = 0")},
   };
+  shared::store(rig.sys, SHARED_FIELD(SysInfo, version_word), 0x40500U);
   for (const auto& row : rows) {
     rig.Check(0, {row.line}, row.code, row.value);
     EXPECT_EQ(rig.Get<int>(rig.kValue), row.result);
   }
-  EXPECT_EQ(Word<int>(rig.sys, 876), 0);
+  EXPECT_EQ(rig.Run(12), 0);
+  EXPECT_EQ(rig.Get<int>(rig.kValue), 0x40500);
   std::memset(&Word<char>(rig.sys, 140992), 't', 512);
-  rig.Check(0, {Success("GET_TIME success, time is ") + std::string(29, 't')}, 17);
+  EXPECT_EQ(rig.Run(17), 0);
   EXPECT_EQ(rig.Text(), std::string(29, 't'));
 }
 
 TEST_F(SystemOperations, SetTime) {
   const std::pair<std::string, const char*> accepted[] = {
-      {"2026-11-21 12:00:00", "1795262400"},
       {"2026-02-30 00:00:00", "1772409600"},
       {" 2026-11-21  12:0:0 and so on ", "1795262400"},
       {"12026-01-01 00:00:00", "317336745600"},
@@ -195,20 +162,16 @@ TEST_F(SystemOperations, SetTime) {
   }
   rig.root.Remove("/dev/rtc0");
   Check(300, "settimeofday 0\n", {User("WARN  ", 15)}, 16, "1970-1-1 0:0:0");
-  setenv("VEK_FAIL", "settimeofday", 1);
-  Check(200, "", {User("WARN  ", 15)}, 16, "1970-1-1 0:0:0");
 }
 
 constexpr char kNetworkFile[] = "/etc/network/interfaces";
-constexpr char kWritable[] = "mount -o remount rw /\n",
-               kRemounts[] = "mount -o remount rw /\nmount -o remount r /\n";
+constexpr char kRemounts[] = "mount -o remount rw /\nmount -o remount r /\n";
 
 TEST_F(SystemOperations, SetAddress) {
   const struct {
     const char* typed;
     std::string written, gateway;
   } accepted[] = {
-      {"192.168.1.20", "192.168.1.20", "192.168.1.1"},
       {"0.1.2.3", "0.1.2.3", "0.1.2.1"},
       {"010.0.0.5", "010.0.0.5", "10.0.0.1"},
       {"1.2.3.4.5", "1.2.3.4.5", "1.2.3.1"},
@@ -225,45 +188,30 @@ TEST_F(SystemOperations, SetAddress) {
   }
   rig.root.Write(kNetworkFile, "before");
   for (const char* typed :
-       {"10.0.0", "10.0.0.", "", "10.0.0.256", "10.0.-1.1", "0.0.0.0", "127.1.2.3",
-        "255.255.255.255", "4294967306.0.0.1", "10.0.0.99999999999999999999999"}) {
+       {"10.0.0.", "", "10.0.0.256", "10.0.-1.1", "0.0.0.0", "127.1.2.3", "255.255.255.255",
+        "4294967306.0.0.1", "10.0.0.99999999999999999999999"}) {
     Check(100, "", {User("WARN  ", 14, typed)}, 18, typed);
   }
   EXPECT_EQ(rig.root.Read(kNetworkFile), "before");
 }
 
 TEST_F(SystemOperations, ANetworkFileThatCannotBeWritten) {
-  const std::filesystem::path file = rig.root.Path(kNetworkFile);
-  const std::string line = User("WARN  ", 17, kNetworkFile);
   setenv("VEK_FAIL", "mount", 1);  // no matter
-  std::filesystem::create_directory(file);
-  Check(200, kWritable, {line}, 18, "10.0.0.5");
-  std::filesystem::remove(file);
-  std::filesystem::create_symlink("/dev/full", file);
-  Check(200, kRemounts, {line}, 18, "10.0.0.5");
+  std::filesystem::create_symlink("/dev/full", rig.root.Path(kNetworkFile));
+  Check(200, kRemounts, {User("WARN  ", 17, kNetworkFile)}, 18, "10.0.0.5");
 }
 
 TEST_F(SystemOperations, GetAddress) {
   EXPECT_EQ(rig.Run(19, 0, std::string(30, 'x')), 0);
   EXPECT_LE(rig.Text().size(), 28U);
   EXPECT_EQ(rig.Text().find('x'), std::string::npos);
-  EXPECT_EQ(rig.TakeLog().size(), 1U);
-  for (const char* call : {"hostname", "popen"}) {
-    setenv("VEK_FAIL", call, 1);
-    Check(100, "", {User("WARN  ", 18)}, 19, "as it was");
-    EXPECT_EQ(rig.Text(), "as it was");
-  }
+  setenv("VEK_FAIL", "hostname", 1);
+  EXPECT_EQ(rig.Run(19, 0, "as it was"), 100);
+  EXPECT_EQ(rig.Text(), "as it was");
 }
 
-TEST_F(SystemOperations, UpdateFlagAndReboot) {
-  Check(0, "touch /home/QUARLE/Tmp/UpdateFlag && sync\n",
-        {"INFO  OnProcessOp: Set update flag success"}, 10);
-  EXPECT_TRUE(std::filesystem::exists(rig.root.Path("/home/QUARLE/Tmp/UpdateFlag")));
-  Check(0, "sync && reboot\n", {User("WARN  ", 12)}, 11);
-  std::jthread quit([] {
-    usleep(50'000);
-    g_exit = true;
-  });
+TEST_F(SystemOperations, ARebootEndsWithTheProcess) {
+  const std::jthread quit = EndTheProcessSoon();
   Check(200, "", {User("WARN  ", 12)}, 11);
 }
 
