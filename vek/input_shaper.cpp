@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numbers>
 
@@ -25,6 +26,12 @@ std::int32_t Truncate(double x) {
 
 unsigned char* Bytes(PvtFrame& packed) {
   return reinterpret_cast<unsigned char*>(&packed);
+}
+
+Axes Positions(const PvtFrame& packed) {
+  Axes positions;
+  std::memcpy(positions.data(), packed.pos, sizeof positions);
+  return positions;
 }
 
 }  // namespace
@@ -53,23 +60,20 @@ void InputShaper::OnShape(const CfgConfig* cfg, CACB& ring, const char* name, Fr
   }
   if (ring.OnGetStoreNum() < vib_num_[0]) return;
   // A failed read or peek leaves the frame of the time before in force.
-  if (ring.ReadBuf(Bytes(packed), sizeof packed) == sizeof packed) {
-    pvt_frame_332_ = UnpackFrame(packed);
-  } else {
+  if (ring.ReadBuf(Bytes(pvt_frame_332_), sizeof(PvtFrame)) != sizeof(PvtFrame)) {
     g_log_clt.INFO_LOG("%s: OnProcessPosCtrl: EI read acb_T faile", name);
   }
-  if (ring.PeekBuf(Bytes(packed), sizeof packed, vib_num_[1]) == sizeof packed) {
-    pvt_frame_166_ = UnpackFrame(packed);
-  } else {
+  if (ring.PeekBuf(Bytes(pvt_frame_166_), sizeof(PvtFrame), vib_num_[1]) != sizeof(PvtFrame)) {
     g_log_clt.INFO_LOG("%s: OnProcessPosCtrl: EI peek acb_T/2 faile", name);
   }
   Blend(frame);
 }
 
 void InputShaper::Blend(Frame& frame) const {
+  const Axes half = Positions(pvt_frame_166_);
+  const Axes full = Positions(pvt_frame_332_);
   for (std::size_t j = 0; j < AREA_AXES; ++j) {
-    const double blended =
-        a_[0] * frame.pos[j] + a_[1] * pvt_frame_166_.pos[j] + a_[2] * pvt_frame_332_.pos[j];
-    if (std::isfinite(blended)) frame.pos[j] = blended;
+    const double blended = a_[0] * frame.pos[j] + a_[1] * half[j] + a_[2] * full[j];
+    frame.pos[j] = std::isfinite(blended) ? blended : frame.pos[j];
   }
 }

@@ -27,6 +27,6 @@ class InputShaper {
 
   std::int32_t vib_num_[2]{};  // delay in frames, and half of it
   double a_[3]{};              // weights of the frame now, half the delay back, the delay back
-  Frame pvt_frame_166_;        // half the delay back
-  Frame pvt_frame_332_;        // the delay back
+  PvtFrame pvt_frame_166_{};   // half the delay back
+  PvtFrame pvt_frame_332_{};   // the delay back
 };

@@ -20,17 +20,19 @@ long advance(long at, long by, long size) {
 }
 
 void put(unsigned char* storage, long size, long at, const void* from, long length) {
-  const auto first = static_cast<std::size_t>(std::min(length, size - at));
+  const auto count = static_cast<std::size_t>(length);
+  const auto room = static_cast<std::size_t>(size - at);
   const auto* bytes = static_cast<const unsigned char*>(from);
-  std::memcpy(storage + at, bytes, first);
-  std::memcpy(storage, bytes + first, static_cast<std::size_t>(length) - first);
+  std::memcpy(storage + at, bytes, std::min(count, room));
+  if (count > room) std::memcpy(storage, bytes + room, count - room);
 }
 
 void get(const unsigned char* storage, long size, long at, void* to, long length) {
-  const auto first = static_cast<std::size_t>(std::min(length, size - at));
+  const auto count = static_cast<std::size_t>(length);
+  const auto room = static_cast<std::size_t>(size - at);
   auto* bytes = static_cast<unsigned char*>(to);
-  std::memcpy(bytes, storage + at, first);
-  std::memcpy(bytes + first, storage, static_cast<std::size_t>(length) - first);
+  std::memcpy(bytes, storage + at, std::min(count, room));
+  if (count > room) std::memcpy(bytes + room, storage, count - room);
 }
 
 Head head_at(const unsigned char* storage, long size, long at) {

@@ -22,16 +22,19 @@ static_assert(kDataStart + kCapacity == kRingSize);
 constexpr shared::Field<std::uint32_t> kWritePos{0};
 constexpr shared::Field<std::uint32_t> kReadPos{4};
 
+// `x` modulo m, for x below 2m: spares a division.
+constexpr std::uint32_t wrapped(std::uint32_t x, std::uint32_t m) {
+  return x < m ? x : x - m;
+}
+
 // Both positions as they were once: judged and used from here, never read again in between.
 struct Positions {
   std::uint32_t write;
   std::uint32_t read;
 
-  bool InRange() const {
-    return write < kSpan && read < kSpan && (write + kSpan - read) % kSpan <= kCapacity;
-  }
+  bool InRange() const { return write < kSpan && read < kSpan && Stored() <= kCapacity; }
   // Bytes stored; only when in range.
-  std::uint32_t Stored() const { return (write + kSpan - read) % kSpan; }
+  std::uint32_t Stored() const { return wrapped(write + kSpan - read, kSpan); }
 };
 
 // Two stretches of the data bytes that hold `length` bytes from a position on.
@@ -42,7 +45,7 @@ struct Stretches {
 };
 
 Stretches stretches(std::uint32_t position, std::uint32_t length) {
-  const std::uint32_t at = position % kCapacity;
+  const std::uint32_t at = wrapped(position, kCapacity);
   const std::uint32_t first = length < kCapacity - at ? length : kCapacity - at;
   return {kDataStart + at, first, length - first};
 }
@@ -76,9 +79,9 @@ bool KACB::OnWrite(const void* data, long length) {
   const auto* bytes = static_cast<const unsigned char*>(data);
   const Stretches to = stretches(now.write, count);
   shared::write_bytes(ring_ + to.start, bytes, to.first);
-  shared::write_bytes(ring_ + kDataStart, bytes + to.first, to.second);
+  if (to.second > 0) shared::write_bytes(ring_ + kDataStart, bytes + to.first, to.second);
   // Release [filled]: without it the reader could see the new position before the bytes.
-  shared::store_release(ring_, kWritePos, (now.write + count) % kSpan);
+  shared::store_release(ring_, kWritePos, wrapped(now.write + count, kSpan));
   return true;
 }
 
@@ -116,9 +119,9 @@ bool KACBReader::OnRead(void* data, long length) {
   auto* bytes = static_cast<unsigned char*>(data);
   const Stretches from = stretches(now.read, count);
   shared::read_bytes(bytes, ring_ + from.start, from.first);
-  shared::read_bytes(bytes + from.first, ring_ + kDataStart, from.second);
+  if (from.second > 0) shared::read_bytes(bytes + from.first, ring_ + kDataStart, from.second);
   // Release [drained]: without it the writer could overwrite bytes that are still being copied.
-  shared::store_release(ring_, kReadPos, (now.read + count) % kSpan);
+  shared::store_release(ring_, kReadPos, wrapped(now.read + count, kSpan));
   return true;
 }
 
