@@ -124,7 +124,10 @@ TEST_P(GroupOperations, StaleFailuresCountAndWrongAxisCountsDoNot) {
 }
 
 TEST_P(GroupOperations, TheWaitEndsWithTheProcess) {
-  const std::jthread quit = EndTheProcessSoon();
+  const std::jthread quit([] {
+    usleep(50'000);
+    g_exit = true;
+  });
   Int(4) = 100;
   const bool lift = GetParam() == 4;
   EXPECT_EQ(Run(lift ? 0 : 2), lift ? 300 : 200);

@@ -78,13 +78,6 @@ std::string User(const char* level, int code, Arguments... arguments) {
   return std::string(level) + "[user " + std::to_string(code) + "] " + text;
 }
 
-inline std::jthread EndTheProcessSoon() {
-  return std::jthread([] {
-    usleep(50'000);
-    g_exit = true;
-  });
-}
-
 // Takes the servo commands of a group while it lives, and answers each.
 class ServoTask {
  public:

@@ -137,8 +137,6 @@ TEST_F(SystemOperations, VersionsCycleTimeAndTheTimeThatIsTooLong) {
     rig.Check(0, {row.line}, row.code, row.value);
     EXPECT_EQ(rig.Get<int>(rig.kValue), row.result);
   }
-  EXPECT_EQ(rig.Run(12), 0);
-  EXPECT_EQ(rig.Get<int>(rig.kValue), 0x40500);
   std::memset(&Word<char>(rig.sys, 140992), 't', 512);
   EXPECT_EQ(rig.Run(17), 0);
   EXPECT_EQ(rig.Text(), std::string(29, 't'));
@@ -205,14 +203,6 @@ TEST_F(SystemOperations, GetAddress) {
   EXPECT_EQ(rig.Run(19, 0, std::string(30, 'x')), 0);
   EXPECT_LE(rig.Text().size(), 28U);
   EXPECT_EQ(rig.Text().find('x'), std::string::npos);
-  setenv("VEK_FAIL", "hostname", 1);
-  EXPECT_EQ(rig.Run(19, 0, "as it was"), 100);
-  EXPECT_EQ(rig.Text(), "as it was");
-}
-
-TEST_F(SystemOperations, ARebootEndsWithTheProcess) {
-  const std::jthread quit = EndTheProcessSoon();
-  Check(200, "", {User("WARN  ", 12)}, 11);
 }
 
 }  // namespace

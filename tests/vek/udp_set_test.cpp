@@ -27,6 +27,13 @@ class UdpSet : public GroupCase {
     rig_.SetState(Group(), GROUP_STATE_POSITION);
     return rig_.Play(Group(), 6000).back();
   }
+  // The first axis' highest speed in some cycles.
+  double Fastest(int cycles) {
+    double fastest = 0;
+    for (const Frame& f : rig_.Play(Group(), cycles))
+      fastest = std::max(fastest, std::abs(f.vel[0]));
+    return fastest;
+  }
   // The three coefficients of an arm's quadrant, by the offset of the first.
   void SetCoupling(std::size_t quadrant, const std::array<double, 3>& c) {
     quadrant += offsetof(CfgConfig, arm) + GetParam() * sizeof(CfgArm);
@@ -90,10 +97,7 @@ TEST_P(UdpSet, ScalesSpeedAndAccelerationAtRunTime) {
     shared::store(rig_.udp, Group().udp.vel_enable, 1);
     shared::store_release(rig_.udp, Group().udp.vel_new, 1);
     Command(q);
-    double fastest = 0;
-    for (const Frame& frame : rig_.Play(Group(), 300)) {
-      fastest = std::max(fastest, std::abs(frame.vel[0]));
-    }
+    const double fastest = Fastest(300);
     EXPECT_EQ(shared::load(rig_.udp, Group().udp.vel_new), 0);
     const double limit = Limit(Group().cfg.vel_max, 0) * scale;
     EXPECT_LE(fastest, limit * (1 + 1e-9));
@@ -101,6 +105,11 @@ TEST_P(UdpSet, ScalesSpeedAndAccelerationAtRunTime) {
     q = -q;
     Rest();
   }
+  shared::store(rig_.udp, Group().udp.acc_percent, 1.0F);
+  shared::store(rig_.udp, Group().udp.acc_enable, 1);
+  shared::store_release(rig_.udp, Group().udp.acc_new, 1);
+  Command(q);
+  EXPECT_LE(Fastest(100), 0.3 * 0.01 * Limit(Group().cfg.acc_max, 0) * (1 + 1e-6));
 }
 
 TEST_P(UdpSet, OnlyAnArmsRunEndsOnAJointCommand) {
