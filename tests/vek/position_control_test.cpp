@@ -85,19 +85,6 @@ TEST_P(GroupRun, LeavingPositionKeepsTheRun) {
   EXPECT_EQ(rig_.TrajState(Group()), TRAJ_IDLE);
 }
 
-TEST_P(GroupRun, ReadsItsLimitsAtEveryEntry) {
-  rig_.LoadWaypoints(Group(), 10);
-  for (const float percent : {0.0F, -5.0F, kNaN, 100.0F}) {
-    shared::store(rig_.udp, Group().udp.vel_percent, percent);
-    rig_.Enter(Group());
-    rig_.SetTrajState(Group(), TRAJ_START);
-    EXPECT_EQ(rig_.Play(Group(), 20).back().pos[LastAxis()] != 0, percent == 100.0F)
-        << percent << " %";
-    rig_.SetTrajState(Group(), TRAJ_STOP);
-    rig_.Play(Group(), 2);
-  }
-}
-
 TEST_P(GroupControl, AnUnusableActualPositionIsReportedOnceAnEntry) {
   std::vector<double> actual(AREA_AXES, kNaN);
   std::fill_n(actual.begin(), LastAxis(), 0.0);

@@ -35,7 +35,6 @@ constexpr Row kRows[] = {
     {1, 2, false, true, Clear, Keep, Keep},
     {1, 2, false, false, Moving, Keep, Keep},
     {1, 3, false, false, Moving, Keep, Keep},
-    {0, 3, false, false, Clear, Keep, Keep},
     {2, 3, false, false, Clear, Keep, Keep},
     {1, 3, true, true, Brake, Brake, Keep},
     // Codes that are no state of their own pass.
@@ -44,7 +43,6 @@ constexpr Row kRows[] = {
     // No request.
     {1, 1, true, false, Ignored, Ignored, Ignored},
     {0, 50, false, true, Ignored, Ignored, Ignored},
-    {0, 65535, false, true, Ignored, Ignored, Ignored},
     {0x10064, 0, false, true, Ignored, Ignored, Ignored},
     {50, 1, false, true, Ignored, Ignored, Ignored},
 };
