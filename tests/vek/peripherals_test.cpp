@@ -67,9 +67,9 @@ TEST(StopInput, IsTheLevelOneOfInput6OrAFailedRead) {
       {{0, 0, 0, 0, 0, 0}, true}};  // input 6 cannot be read
   for (const auto& [levels, stops] : cases) {
     rig.SetLevels(levels);
-    EXPECT_EQ(rig.GpioPasses(3), stops ? Lines{kStopLine} : Lines())
-        << testing::PrintToString(levels);
-    EXPECT_EQ(rig.TakeRequests(), stops ? kStopped : kNone) << testing::PrintToString(levels);
+    SCOPED_TRACE(testing::PrintToString(levels));
+    EXPECT_EQ(rig.GpioPasses(3), stops ? Lines{kStopLine} : Lines());
+    EXPECT_EQ(rig.TakeRequests(), stops ? kStopped : kNone);
   }
   int level = 7;
   EXPECT_FALSE(rig.vek.GetGpio(6, level) || rig.vek.GetGpio(INT_MIN, level));
@@ -116,15 +116,13 @@ TEST(ClockText, IsWrittenOnTheSecondAndThenOnEach500thPass) {
   ASSERT_TRUE(rig.Init());
   char* text = rig.sys->system_time_text;
   for (int pass = 1; pass <= 1502; ++pass) {
-    const time_t before = std::time(nullptr) + 19800;
     text[0] = '\0';
     rig.vek.OnProcessSystemTime();
     ASSERT_EQ(text[0] != '\0', pass % 500 == 2) << pass;
-    if (text[0] == '\0') continue;
-    tm shown{};
-    ASSERT_STREQ(strptime(text, "%Y-%m-%d %H:%M:%S", &shown), "");
-    EXPECT_NEAR(static_cast<double>(timegm(&shown) - before), 30, 30);
   }
+  tm shown{};
+  ASSERT_STREQ(strptime(text, "%Y-%m-%d %H:%M:%S", &shown), "");
+  EXPECT_NEAR(static_cast<double>(timegm(&shown) - std::time(nullptr)), 19800, 30);
 }
 
 }  // namespace
