@@ -17,20 +17,22 @@ using namespace axis_pair;
 constexpr double kPart = 1.0 / 32;
 static_assert(kPart * kFilterWindow < 1);
 
-Pair newest_sample(const ZQAVGF& state, int a) {
-  return load(state.ring[(state.next > 0 ? state.next : state.window) - 1] + a);
+// The row of the newest samples.
+const double* newest_row(const ZQAVGF& state) {
+  return state.ring[(state.next > 0 ? state.next : state.window) - 1];
 }
 
 // The next samples of a pair: the newest ones again where those given are not finite.
-Pair next_sample(const ZQAVGF& state, const double* in, int a) {
-  const Pair sample = load_left(in + a, state.axes - a);
-  return is_finite(sample) ? sample : newest_sample(state, a);
+inline Pair next_sample(const double* in, int left, Pair newest) {
+  const Pair sample = load_left(in, left);
+  return is_finite(sample) ? sample : newest;
 }
 
 // Fills the window with the next samples.
 void fill(ZQAVGF& state, const double* in) {
+  const double* const newest = newest_row(state);
   for (int a = 0; a < state.axes; a += 2) {
-    const Pair sample = next_sample(state, in, a);
+    const Pair sample = next_sample(in + a, state.axes - a, load(newest + a));
     for (int k = 0; k < state.window; ++k) store(state.ring[k] + a, sample);
     store(state.sum + a, sample * kPart * state.window);
     store(state.fresh_sum + a, both(0));
@@ -40,14 +42,13 @@ void fill(ZQAVGF& state, const double* in) {
   state.filled = true;
 }
 
-// Exchanges the oldest samples for the next ones; the sum of the window.
-inline Pair exchange(ZQAVGF& state, Pair sample, Pair oldest, int a) {
+// Adds what the samples of a pair change in the sum of the window; `complete` when the second sum
+// has seen the whole window with them.
+inline Pair advance_sums(ZQAVGF& state, Pair sample, Pair oldest, bool complete, int a) {
   const Pair sum = load(state.sum + a) + (sample * kPart - oldest * kPart);
   const Pair fresh = load(state.fresh_sum + a) + sample * kPart;
-  const bool complete = state.next == state.window - 1;
   store(state.sum + a, complete ? fresh : sum);
   store(state.fresh_sum + a, complete ? both(0) : fresh);
-  store(state.ring[state.next] + a, sample);
   return sum;
 }
 
@@ -71,18 +72,27 @@ void ZQAVGF_OnEmpty(ZQAVGF* state) {
 void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel) {
   if (state->axes == 0) return;
   if (!state->filled) fill(*state, in);
+  // Here rather than in the loop, where the compiler has to expect that the stores change them.
+  const int axes = state->axes;
+  const double* const newest = newest_row(*state);
+  double* const oldest = state->ring[state->next];
+  const bool complete = state->next == state->window - 1;
+  const Pair parts = both(state->window * kPart);
+  const Pair span_s = both(state->span_s);
   const Pair window = both(std::max(state->window, 2));  // one sample is equal to none
   const Pair largest = both(DBL_MAX);
-  for (int a = 0; a < state->axes; a += 2) {
-    const int left = state->axes - a;
-    const Pair sample = next_sample(*state, in, a);
-    const Pair oldest = load(state->ring[state->next] + a);
+  for (int a = 0; a < axes; a += 2) {
+    const int left = axes - a;
+    const Pair before = load(newest + a);
+    const Pair first = load(oldest + a);
+    const Pair sample = next_sample(in + a, left, before);
     const Pair repeated = smaller(load(state->equal + a) + 1, window);
-    const Pair equal = sample == newest_sample(*state, a) ? repeated : both(1);
+    const Pair equal = sample == before ? repeated : both(1);
+    const Pair sum = advance_sums(*state, sample, first, complete, a);
+    const Pair mean = limited(sum / parts, largest);
+    const Pair speed = limited((sample - first) / span_s, largest);
     store(state->equal + a, equal);
-    const Pair sum = exchange(*state, sample, oldest, a);
-    const Pair mean = limited(sum / (state->window * kPart), largest);
-    const Pair speed = limited((sample - oldest) / state->span_s, largest);
+    store(oldest + a, sample);
     store_left(out + a, equal == window ? sample : mean, left);
     store_left(vel + a, equal == window ? both(0) : speed, left);
   }

@@ -3,6 +3,10 @@
 // bit. Written with the vector types of GCC and Clang.
 #pragma once
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -46,11 +50,20 @@ inline void store_left(double* to, Pair x, int left) {
   }
 }
 
+// `y` where the two do not compare, as the processor's instructions have it.
 inline Pair smaller(Pair x, Pair y) {
+#ifdef __SSE2__
+  return _mm_min_pd(x, y);
+#else
   return x < y ? x : y;
+#endif
 }
 inline Pair larger(Pair x, Pair y) {
+#ifdef __SSE2__
+  return _mm_max_pd(x, y);
+#else
   return x > y ? x : y;
+#endif
 }
 inline Pair limited(Pair x, Pair limit) {
   return larger(smaller(x, limit), -limit);
