@@ -76,7 +76,8 @@ void Check(VekRig& rig, const GroupRow& group, const Row& row) {
   EXPECT_EQ(shared::load(rig.sys, group.sys.soft_limit_disable), outcome == Clear ? 0 : kUntouched);
   EXPECT_EQ(shared::load(rig.udp, group.udp.state_cmd), rejected ? row.state : row.request);
   EXPECT_EQ(shared::load(rig.udp, group.udp.state_echo), static_cast<std::uint16_t>(row.state));
-  EXPECT_EQ(shared::load(rig.udp, group.udp.state_request_echo), ~row.request - 1U);
+  EXPECT_EQ(shared::load(rig.udp, group.udp.state_request_echo),
+            static_cast<std::uint32_t>(-2 - row.request));
   std::string line = std::string("ERROR ") + group.name + ": Failed to transfer to ";
   line +=
       group.key == "head" ? Vek::GetHeadStateStr(row.request) : Vek::GetArmStateStr(row.request);
