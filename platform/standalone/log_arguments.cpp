@@ -108,6 +108,19 @@ Kind argument_kind(char conversion, Kind length) {
   }
 }
 
+// Reads flags, width and precision; moves `at` behind them.
+void read_layout(Conversion& conversion, const char*& at) {
+  while (*at == '-' || *at == '+' || *at == ' ' || *at == '#' || *at == '0') ++at;
+  conversion.width_argument = *at == '*';
+  at = conversion.width_argument ? at + 1 : skip_digits(at);
+  if (*at != '.') return;
+  ++at;
+  conversion.precision_argument = *at == '*';
+  const char* const digits = at;
+  at = conversion.precision_argument ? at + 1 : skip_digits(at);
+  if (!conversion.precision_argument) conversion.precision = read_number(digits, at);
+}
+
 Conversion read_conversion(const char* begin) {
   Conversion conversion{.begin = begin, .end = begin + 1};
   const char* at = begin + 1;
@@ -116,16 +129,7 @@ Conversion read_conversion(const char* begin) {
     conversion.end = at + 1;
     return conversion;
   }
-  while (*at == '-' || *at == '+' || *at == ' ' || *at == '#' || *at == '0') ++at;
-  conversion.width_argument = *at == '*';
-  at = conversion.width_argument ? at + 1 : skip_digits(at);
-  if (*at == '.') {
-    ++at;
-    conversion.precision_argument = *at == '*';
-    const char* const digits = at;
-    at = conversion.precision_argument ? at + 1 : skip_digits(at);
-    if (!conversion.precision_argument) conversion.precision = read_number(digits, at);
-  }
+  if (*at < 'A') read_layout(conversion, at);  // mostly a letter follows at once
   const Kind length = read_length(at);
   conversion.kind = argument_kind(*at, length);
   if (conversion.kind != Kind::kUnknown) conversion.end = at + 1;
