@@ -23,8 +23,8 @@ struct Generator {
   AxisValues target{}, vel_limit = Everywhere(1), acc_limit = Everywhere(10);
   AxisValues pos{}, vel{}, acc{};
 
-  explicit Generator(double dt_ms = 1) : period_s(dt_ms / 1000) {
-    EXPECT_TRUE(ZQNSyncDTS_OnInit(&state, kMathsAxes, dt_ms, vel_limit.data(), acc_limit.data(),
+  explicit Generator(double dt_ms = 1, long axes = kMathsAxes) : period_s(dt_ms / 1000) {
+    EXPECT_TRUE(ZQNSyncDTS_OnInit(&state, axes, dt_ms, vel_limit.data(), acc_limit.data(),
                                   acc_limit.data()));
   }
   void SetLimits() { ZQNSyncDTS_OnSetRunTimeLmt(&state, vel_limit.data(), acc_limit.data()); }

@@ -1,5 +1,4 @@
 // The profile generator's promises, on random states and streams.
-#include <cfloat>
 #include <random>
 #include <vector>
 
@@ -7,28 +6,24 @@
 
 namespace {
 
-class Random {
- public:
-  explicit Random(unsigned seed) : engine_(seed) {}
-  double Between(double from, double to) { return from + (to - from) * share_(engine_); }
+struct Random {
+  std::mt19937_64 engine;
+  double Between(double from, double to) {
+    return std::uniform_real_distribution<double>(from, to)(engine);
+  }
   // From 10^from to 10^to.
   double Size(double from, double to) { return std::pow(10, Between(from, to)); }
-  double Sign() { return OneIn(2) ? 1 : -1; }
   bool OneIn(double count) { return Between(0, count) < 1; }
-
- private:
-  std::mt19937_64 engine_;
-  std::uniform_real_distribution<double> share_;
 };
 
-// A speed v0 (in h) under the limit v (in h), and a target at distance e (in q).
+// A speed v0 under the limit v (both in h) and a target at distance e (in q).
 struct Start {
-  double acc, v0, v, e;
+  double v0, v, e;
 
   // Whether `count` steps can lead exactly to the target and there to a speed from which one more
   // step leads to rest: with the largest speeds that limits and rest allow in each step the axis
   // comes at least as far, and with the smallest ones at most as far.
-  bool Suffices(long count, double distance) const {
+  bool Suffices(long count, double tolerance) const {
     double farthest = 0;
     double nearest = 0;
     for (long i = 1; i <= count; ++i) {
@@ -40,7 +35,7 @@ struct Start {
       farthest += most;
       nearest += least;
     }
-    return nearest <= distance && distance <= farthest;
+    return nearest - tolerance <= e && e <= farthest + tolerance;
   }
   bool MustPass() const {
     const double n = std::floor((std::sqrt(1 + 8 * std::abs(e)) - 1) / 2);
@@ -48,86 +43,53 @@ struct Start {
   }
 };
 
-// How one axis comes to its target.
-struct Arrival {
-  long steps = 0;  // 0: not there yet
-  bool passed = false;
-  const char* fault = nullptr;
-};
-
-std::string Judged(const Start& start, const Arrival& arrival) {
-  if (arrival.fault != nullptr) return arrival.fault;
-  if (arrival.passed && !start.MustPass()) return "passes";
-  const auto suffices = [&](long steps) {
-    return start.Suffices(steps, start.e * (1 - 1e-9)) || start.Suffices(steps, start.e) ||
-           start.Suffices(steps, start.e * (1 + 1e-9));
-  };
-  if (!suffices(arrival.steps)) return "too soon";
-  if (arrival.steps > 1 && start.Suffices(arrival.steps - 1, start.e * (1 - 1e-9)) &&
-      start.Suffices(arrival.steps - 1, start.e * (1 + 1e-9))) {
-    return "too late";
-  }
-  return "";
-}
-
 TEST(ProfileGenerator, ArrivesInTheFewestStepsFromAnyState) {
-  Random random(1);
-  constexpr int kStates = 100000;
-  for (int state = 0; state < kStates && !testing::Test::HasFailure(); state += kMathsAxes) {
-    Generator g(random.OneIn(2) ? 1 : 4);
-    std::array<Start, kMathsAxes> starts;
+  Random random{};
+  for (int state = 0; state < 100000; ++state) {
+    Generator g(random.OneIn(2) ? 1 : 4, 1);
+    const double h = random.Size(-1, 2) * g.period_s;
+    const double q = h * g.period_s;
     // To any speed, on the way to somewhere far off.
-    const double size = random.Size(-2, 1);
-    for (std::size_t a = 0; a < kMathsAxes; ++a) {
-      g.target[a] = random.Between(-size, size);
-      g.acc_limit[a] = random.Size(-1, 2);
-      g.vel_limit[a] = g.acc_limit[a] * g.period_s * random.Size(-1, 2);
-    }
+    g.target.fill(random.Between(-3, 3));
+    g.acc_limit.fill(h / g.period_s);
+    g.vel_limit.fill(h * random.Size(-1, 2));
     g.SetLimits();
     g.Place();
-    for (double& target : g.target) target = random.Sign() * 1e6;
+    g.target.fill(random.OneIn(2) ? 1e6 : -1e6);
     g.Step(101);
-    // From there to the target, under any velocity limit.
-    std::vector<Judge> judges;
-    for (std::size_t a = 0; a < kMathsAxes; ++a) {
-      const double h = g.acc_limit[a] * g.period_s;
-      const double q = h * g.period_s;
-      g.vel_limit[a] = h * random.Size(-0.5, 2);
-      const double distance = std::min(random.Size(-1, 3.7), 300 * g.vel_limit[a] / h);
-      g.target[a] = g.pos[a] + q * random.Sign() * distance;
-      starts[a] = {g.acc_limit[a], g.vel[a] / h, g.vel_limit[a] / h, (g.target[a] - g.pos[a]) / q};
-      judges.push_back({g.period_s, g.pos[a], g.acc_limit[a], g.vel[a]});
-    }
+    // From there to a target, under any velocity limit.
+    g.vel_limit.fill(h * random.Size(-0.5, 2));
+    const double away = random.OneIn(2) ? q : -q;
+    g.target.fill(g.pos[0] + away * std::min(random.Size(-1, 3.7), 300 * g.vel_limit[0] / h));
     g.SetLimits();
-    std::array<Arrival, kMathsAxes> arrivals;
-    int there = 0;
-    for (long step = 1; there < 3 * kMathsAxes && step < 100000; ++step) {
+    const Start start{g.vel[0] / h, g.vel_limit[0] / h, (g.target[0] - g.pos[0]) / q};
+    Judge judge{g.period_s, g.pos[0], g.acc_limit[0], g.vel[0]};
+    std::string fault;
+    long steps = 0;
+    for (int rest = 0; rest < 4 && fault.empty(); steps += rest == 0 ? 1 : 0) {
       g.Step();
-      for (std::size_t a = 0; a < kMathsAxes; ++a) {
-        Arrival& arrival = arrivals[a];
-        const bool was_there = arrival.steps > 0;
-        const char* const fault =
-            judges[a].Fault(g.pos[a], g.target[a], g.vel_limit[a], g.acc_limit[a]);
-        if (fault != nullptr) arrival.fault = fault;
-        arrival.passed |= (g.target[a] - g.pos[a]) * starts[a].e < 0;
-        const bool at_rest = std::abs(g.vel[a]) <= g.acc_limit[a] * g.period_s * (1 + 1e-8);
-        if (g.pos[a] == g.target[a] && at_rest && !was_there) arrival.steps = step;
-        if (was_there && g.pos[a] != g.target[a]) arrival.fault = "leaves again";
-        there += was_there && step <= arrival.steps + 3 ? 1 : 0;
-      }
+      const char* const broken = judge.Fault(g.pos[0], g.target[0], g.vel_limit[0], g.acc_limit[0]);
+      const bool passed = (g.target[0] - g.pos[0]) * start.e < 0;
+      const bool there = g.pos[0] == g.target[0] && std::abs(g.vel[0]) <= h * (1 + 1e-8);
+      if (broken != nullptr) fault = broken;
+      if (passed && !start.MustPass()) fault = "passes";
+      if (rest > 0 && !there) fault = "leaves again";
+      if (steps > 100000) fault = "does not come";
+      rest = there ? rest + 1 : 0;
     }
-    for (std::size_t a = 0; a < kMathsAxes; ++a) {
-      const Start& s = starts[a];
-      EXPECT_EQ(Judged(s, arrivals[a]), "")
-          << std::hexfloat << "Start{" << s.acc << ", " << s.v0 << ", " << s.v << ", " << s.e
-          << "} in " << arrivals[a].steps << " steps of " << g.period_s;
-    }
+    ++steps;
+    const double tolerance = 1e-9 * (1 + std::abs(start.e));
+    if (!start.Suffices(steps, tolerance)) fault += "too soon";
+    if (start.Suffices(steps - 1, -tolerance)) fault += "too late";
+    ASSERT_EQ(fault, "") << std::hexfloat << "Start{" << start.v0 << ", " << start.v << ", "
+                         << start.e << "} with h " << h << ", at " << g.pos[0] << ", in "
+                         << std::dec << steps;
   }
 }
 
 // Targets and limits that change at any time: the axis stays within the range of its targets.
 TEST(ProfileGenerator, KeepsItsLimitsAndRangeWhateverIsOrdered) {
-  Random random(2);
+  Random random{std::mt19937_64(2)};
   for (int run = 0; run < 60 && !testing::Test::HasFailure(); ++run) {
     Generator g(random.OneIn(4) ? 4 : 1);
     const double size = random.Size(-3, 3);
@@ -171,17 +133,16 @@ TEST(ProfileGenerator, KeepsItsLimitsAndRangeWhateverIsOrdered) {
   }
 }
 
-// An axis near 1000 at speed 1 (limit 1, acceleration 10) when the limits change.
+// An axis near 1000 at speed 1 (limit 1, acceleration 10) when the limits and the room change.
 TEST(ProfileGenerator, BrakesByTheAccelerationThatIsDue) {
   const struct {
     double vel_limit, acc_limit, room, acc;
   } cases[] = {
-      {0, 10, 1e9, -10},   {0, 4, 1e9, -4},          {-1, 10, 1e9, -10},  // no speed
-      {NAN, 10, 1e9, -10}, {INFINITY, 10, 1e9, -10},                      // no numbers
-      {1, 0, 1e9, -10},    {0, 0, 1e9, -10},         {1, -INFINITY, 1e9, -10},
-      {1, 1e-8, 1e9, -10},                                               // drowns in the rounding
-      {1, 2, 1e9, 0},      {1, 2, 0.26, 0},          {1, 2, 0.24, -10},  // too weak to stop
-      {1, 2, -1, -10},     {1, 20, 0.05, 0},         {1, 20, 0.02, -20},
+      {0, 10, 1e9, -10},   {0, 4, 1e9, -4},          {-1, 10, 1e9, -10},        // no speed
+      {NAN, 10, 1e9, -10}, {INFINITY, 10, 1e9, -10}, {1, -INFINITY, 1e9, -10},  // no numbers
+      {1, 0, 1e9, -10},    {0, 0, 1e9, -10},         {1, 1e-8, 1e9, -10},       // no acceleration
+      {1, 2, 1e9, 0},      {1, 2, 0.26, 0},          {1, 20, 0.05, 0},          // room enough
+      {1, 2, 0.24, -10},   {1, 2, -1, -10},          {1, 20, 0.02, -20},        // too late to stop
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(&c - cases);
@@ -190,7 +151,6 @@ TEST(ProfileGenerator, BrakesByTheAccelerationThatIsDue) {
     g.Place();
     g.target.fill(2000);
     g.Step(201);
-    ASSERT_NEAR(g.vel[7], 1, 1e-9);
     g.target.fill(g.pos[7] + c.room);
     g.vel_limit.fill(c.vel_limit);
     g.acc_limit.fill(c.acc_limit);
@@ -198,30 +158,25 @@ TEST(ProfileGenerator, BrakesByTheAccelerationThatIsDue) {
     g.Step();
     EXPECT_NEAR(g.acc[7], c.acc, 1e-5);
     g.Step(3000);
-    const bool has_limits = c.vel_limit > 0 && c.acc_limit > 1e-6 && std::isfinite(c.vel_limit);
-    EXPECT_EQ(g.vel[7] != 0, has_limits && c.room > 3);
-    EXPECT_TRUE(g.pos == g.target || !has_limits || c.room > 1);
+    const bool goes_on = c.acc == 0 && c.room > 1;
+    EXPECT_NEAR(g.vel[7], goes_on ? 1 : 0, 1e-9);
+    EXPECT_TRUE(g.pos == g.target || c.room > 1);
   }
 }
 
 TEST(ProfileGenerator, PlacesAndRefuses) {
   const AxisValues one = Everywhere(1);
   const AxisValues untouched = Everywhere(77);
-  AxisValues pos = untouched;
-  AxisValues vel = untouched;
-  AxisValues acc = untouched;
+  AxisValues pos = untouched, vel = untouched, acc = untouched;
   ZQNSyncDTS state{};
   const auto step = [&](double target) {
     ZQNSyncDTS_OnDT2(&state, Everywhere(target).data(), pos.data(), vel.data(), acc.data());
   };
-  const struct {
-    long axes;
-    double dt_ms;
-  } refused[] = {{0, 1}, {-1, 1}, {9, 1}, {8, 0}, {8, -1}, {8, NAN}, {8, INFINITY}};
-  for (const auto& r : refused) {
-    EXPECT_FALSE(ZQNSyncDTS_OnInit(&state, r.axes, r.dt_ms, one.data(), one.data(), one.data()));
+  const std::pair<long, double> refused[] = {{0, 1},  {-1, 1},  {9, 1},       {8, 0},
+                                             {8, -1}, {8, NAN}, {8, INFINITY}};
+  for (const auto& [axes, dt_ms] : refused) {
+    EXPECT_FALSE(ZQNSyncDTS_OnInit(&state, axes, dt_ms, one.data(), one.data(), one.data()));
     ZQNSyncDTS_OnFollow(&state, true);
-    ZQNSyncDTS_OnSetRunTimeLmt(&state, one.data(), one.data());
     ZQNSyncDTS_OnDT(&state, one.data(), pos.data());
     step(3);
     EXPECT_TRUE(pos == untouched && vel == untouched && acc == untouched);
@@ -230,18 +185,16 @@ TEST(ProfileGenerator, PlacesAndRefuses) {
   ASSERT_TRUE(ZQNSyncDTS_OnInit(&state, 3, 1, one.data(), one.data(), third));
   EXPECT_EQ(state.third_limit[0] + state.third_limit[1] + state.third_limit[2], 5);
   step(3);  // the first step places
-  EXPECT_TRUE(pos[2] == 3 && vel[2] == 0 && acc[2] == 0 && pos[3] == 77) << "an axis too many";
+  EXPECT_TRUE(pos[2] == 3 && vel[2] == 0 && pos[3] == 77) << "an axis too many";
   step(4);
   EXPECT_NEAR(vel[2], 0.001, 1e-12);
   ZQNSyncDTS_OnEmpty(&state);
   step(-5);
   EXPECT_TRUE(pos[2] == -5 && vel[2] == 0);
   for (const double no_number : {NAN, INFINITY, -INFINITY}) {
-    step(-5.0000001);
     step(no_number);
-    EXPECT_EQ(pos[2], -5.0000001);
     ZQNSyncDTS_OnDT(&state, Everywhere(no_number).data(), pos.data());
-    EXPECT_EQ(pos[2], -5.0000001);
+    EXPECT_EQ(pos[2], -5);
   }
 }
 
