@@ -56,29 +56,31 @@ auto asked(const std::atomic<bool>& stop) {
   return [&stop] { return stop.load(std::memory_order_acquire); };
 }
 
-// Keeps SIGINT waiting, so that it is noticed whether it comes before the sleep or in it; its
-// handler runs at the end.
-class InterruptGate {
- public:
-  InterruptGate() {
-    sigset_t interrupt;
-    sigemptyset(&interrupt);
-    sigaddset(&interrupt, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &interrupt, &before_);
-  }
-  ~InterruptGate() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-  InterruptGate(const InterruptGate&) = delete;
-  InterruptGate& operator=(const InterruptGate&) = delete;
+sigset_t interrupts() {
+  sigset_t set;
+  sigemptyset(&set);
+  sigaddset(&set, SIGINT);
+  return set;
+}
 
-  static bool Waits() {
-    sigset_t pending;
-    sigpending(&pending);
-    return sigismember(&pending, SIGINT) == 1;
-  }
+// The loop looks at what SIGINT's handler has set before it sleeps, and a sleep may last for ever.
+// So the loop's thread has SIGINT blocked but for the end of each sleep: none gets lost in between.
+void hold_interrupts() {
+  const sigset_t set = interrupts();
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
 
- private:
-  sigset_t before_{};
-};
+bool is_interrupted() {
+  sigset_t pending;
+  sigpending(&pending);
+  return sigismember(&pending, SIGINT) == 1;
+}
+
+void take_interrupt() {
+  const sigset_t set = interrupts();
+  pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+  pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
 
 }  // namespace
 
@@ -88,6 +90,7 @@ bool active() {
 
 void join_as_controller() {
   join(Side::kController, kLoop);
+  if (t_party == kLoop) hold_interrupts();
 }
 
 RTIME now() {
@@ -123,8 +126,8 @@ bool sleep_in_loop(RTIME duration) {
   if (t_party != kLoop) return false;
   static const bool settled = (turns().SettleThread(), true);
   static_cast<void>(settled);
-  const InterruptGate gate;
-  turns().Sleep(kLoop, now() + duration, InterruptGate::Waits);
+  turns().Sleep(kLoop, now() + duration, is_interrupted);
+  if (is_interrupted()) take_interrupt();
   return true;
 }
 
