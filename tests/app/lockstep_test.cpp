@@ -116,7 +116,9 @@ TEST_F(Lockstep, TimeStandsStillWhileVekIsMissingAndGoesOnWithTheNext) {
   vek.emplace("vek");
   for (int k = 0; k < 5; ++k) ExpectStep();
   ChildProcess second("vek");
-  EXPECT_TRUE(second.WaitForText("platform: time is real: /var/lockstep: another process plays"));
+  EXPECT_TRUE(second.WaitForText("Vek is running..."));
+  const std::string warning = "platform: time is real: /var/lockstep: another process plays this";
+  EXPECT_EQ(Count(second.Stderr(), warning), 1) << second.Stderr();
   Interrupt(second);
   simulated_time::leave();
   Interrupt(*vek);
