@@ -1,6 +1,5 @@
 #include "ini/ini_parser.h"
 
-#include <initializer_list>
 #include <string_view>
 
 #include "ini/guarded.h"
@@ -20,9 +19,28 @@ int FirstOf(const std::string& text, int pos, char one, char other) {
   return pos;
 }
 
-void Append(std::string& text, std::initializer_list<std::string_view> parts) {
-  for (const std::string_view part : parts) text += part;
-}
+// Text under way. It grows by doubling, and short pieces, which most are, go in without a call.
+class Output {
+ public:
+  void Add(std::string_view piece, char end) {
+    if (piece.size() >= text_.size() - size_) text_.resize(2 * text_.size() + piece.size());
+    char* const at = text_.data() + size_;
+    if (piece.size() < kShort) {
+      for (std::size_t k = 0; k < piece.size(); ++k) at[k] = piece[k];
+    } else {
+      piece.copy(at, piece.size());
+    }
+    at[piece.size()] = end;
+    size_ += piece.size() + 1;
+  }
+  std::string_view text() const { return {text_.data(), size_}; }
+
+ private:
+  static constexpr std::size_t kShort = 12;
+
+  std::string text_ = std::string(1 << 15, '\0');  // room for a robot.ini
+  std::size_t size_ = 0;
+};
 
 }  // namespace
 
@@ -78,14 +96,17 @@ void IniParser::ParseRecords(const std::string& text, std::string& key, int& pos
 
 bool IniParser::OnSave(const char* path) {
   return Guarded([&] {
-    std::string text;
+    Output output;
     for (const auto& [name, section] : sections_) {
-      Append(text, {"[", name, "]\n"});
+      output.Add("", '[');
+      output.Add(name, ']');
+      output.Add("", '\n');
       for (const auto& [key, param] : section.params_) {
-        Append(text, {key, "=", param.value_, "\n"});
+        output.Add(key, '=');
+        output.Add(param.value_, '\n');
       }
     }
-    return ReplaceFile(path, text);
+    return ReplaceFile(path, output.text());
   });
 }
 
