@@ -294,6 +294,7 @@ void pack_arguments(PackedArguments& packed, const char* format, std::va_list li
     std::va_list list;
   } arguments;
   va_copy(arguments.list, list);
+  // NOLINTBEGIN(clang-analyzer-valist.Uninitialized): it does not see the copy in a member.
   bool more = true;
   for (const char* at = std::strchr(format, '%'); more && at != nullptr;) {
     Conversion conversion = read_conversion(at);
@@ -314,6 +315,7 @@ void pack_arguments(PackedArguments& packed, const char* format, std::va_list li
       });
     }
   }
+  // NOLINTEND(clang-analyzer-valist.Uninitialized)
   va_end(arguments.list);
 }
 
