@@ -50,7 +50,8 @@ constexpr Side other(Side side) {
 void clear(State& state, Side side);
 
 static_assert(sizeof(State) == 64UL * (2 + kParties));
-// So aligned it needs no lock, which the other process would not see; clang says so only on 64 bits.
+// So aligned it needs no lock, which the other process would not see; clang says so only on 64
+// bits.
 static_assert(alignof(std::atomic<RTIME>) == sizeof(RTIME));
 
 }  // namespace lockstep
