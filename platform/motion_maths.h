@@ -23,6 +23,9 @@ struct ZQNSyncDTS {
   double target[kMathsAxes]{};        // the last finite target
   double target_speed[kMathsAxes]{};  // of a run: last step / period, within the velocity limit
   double reserve[kMathsAxes]{};       // of a run: largest change of that speed in one step
+  double plan_of[kMathsAxes]{};       // of a run: the acc_speed that the next two belong to
+  double plan_speed[kMathsAxes]{};    // of a run: what it leaves of the acc_speed
+  double per_plan_way[kMathsAxes]{};  // of a run: 1 / (plan_speed * period)
   double vel_limit[kMathsAxes]{};
   double acc_speed[kMathsAxes]{};      // what the acceleration limit adds to a speed in one step
   double acc_way[kMathsAxes]{};        // acc_speed * period

@@ -115,11 +115,19 @@ struct PlanFrame {
 inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, int a) {
   const Pair speed = limited((target - load(state.target + a)) * state.rate_hz, may.top);
   const Pair change = magnitude(speed - load(state.target_speed + a));
-  const Pair needed = larger(load(state.reserve + a), change <= kJump * may.h ? change : both(0));
+  const Pair reserve = load(state.reserve + a);
+  const Pair needed = larger(reserve, change <= kJump * may.h ? change : both(0));
   store(state.target_speed + a, speed);
   store(state.reserve + a, needed);
-  const Pair h = may.h - smaller(needed, kMostReserve * may.h);
-  return {.speed = speed, .h = h, .per_q = 1 / larger(h * state.period_s, both(DBL_MIN))};
+  // Once the run has shown its hardest moment, the division before the law's own is spared.
+  const Mask known = (needed == reserve) & (may.h == load(state.plan_of + a));
+  if ((known[0] & known[1]) == 0) {
+    const Pair h = may.h - smaller(needed, kMostReserve * may.h);
+    store(state.plan_of + a, may.h);
+    store(state.plan_speed + a, h);
+    store(state.per_plan_way + a, 1 / larger(h * state.period_s, both(DBL_MIN)));
+  }
+  return {.speed = speed, .h = load(state.plan_speed + a), .per_q = load(state.per_plan_way + a)};
 }
 
 // One step of a pair of axes: position, speed meant, velocity; the accelerations are the result.
@@ -208,6 +216,7 @@ void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on) {
   if (on && !state->following) {
     std::fill_n(state->target_speed, kMathsAxes, 0.0);
     std::fill_n(state->reserve, kMathsAxes, 0.0);
+    std::fill_n(state->plan_of, kMathsAxes, -1.0);  // of none
     state->run_begins = true;
   }
   state->following = on;
