@@ -57,10 +57,10 @@ bool IniParser::OnLoad(const char* path) {
 }
 
 // Sections, keys and values each are one stretch of the text, but for a key that a header
-// interrupts: its fragment goes on behind the header.
+// interrupts: it goes on behind the header.
 void IniParser::Parse(const std::string& text) {
   const int len = static_cast<int>(text.size());
-  std::string fragment;
+  std::string key;
   for (int pos = FirstOf(text, 0, '[', '['); pos < len;) {
     const int name = pos + 1;
     pos = FirstOf(text, name, ']', ']');
@@ -68,35 +68,28 @@ void IniParser::Parse(const std::string& text) {
     IniSection section;
     section.name_ = Stretch(text, name, pos++);
     SkipLine(text.data(), len, pos);
-    ParseRecords(text, fragment, pos, section);
+    ParseRecords(text, key, pos, section);
     // The first of a name wins, whole.
     sections_.emplace_hint(sections_.end(), section.name_, std::move(section));
   }
 }
 
 // Takes the records up to the next header, or the end, into the section.
-void IniParser::ParseRecords(const std::string& text, std::string& fragment, int& pos,
+void IniParser::ParseRecords(const std::string& text, std::string& key, int& pos,
                              IniSection& section) {
   const int len = static_cast<int>(text.size());
   while (pos < len) {
     const int start = pos;
     pos = FirstOf(text, start, '=', '[');
-    const std::string_view key = Stretch(text, start, pos);
-    if (pos == len || text[static_cast<std::size_t>(pos)] == '[') {
-      fragment += key;
-      return;
-    }
+    key += Stretch(text, start, pos);
+    if (pos == len || text[static_cast<std::size_t>(pos)] == '[') return;
     const int value = pos + 1;
     pos = FirstOf(text, value, '\n', '\r');
     // Unlike a line, the unfinished end of the file is a record only if neither side is empty.
-    if (pos == len && ((key.empty() && fragment.empty()) || value == len)) return;
-    IniParam param{std::string(Stretch(text, value, pos))};
-    if (fragment.empty()) {
-      section.params_.emplace_hint(section.params_.end(), key, std::move(param));
-    } else {
-      section.params_.emplace_hint(section.params_.end(), fragment.append(key), std::move(param));
-      fragment.clear();
-    }
+    if (pos == len && (key.empty() || value == len)) return;
+    section.params_.emplace_hint(section.params_.end(), std::move(key),
+                                 IniParam{std::string(Stretch(text, value, pos))});
+    key.clear();
     SkipLine(text.data(), len, pos);
   }
 }

@@ -69,7 +69,7 @@ class IniParser {
 
  private:
   void Parse(const std::string& text);
-  void ParseRecords(const std::string& text, std::string& fragment, int& pos, IniSection& section);
+  void ParseRecords(const std::string& text, std::string& key, int& pos, IniSection& section);
   IniSection* Find(const std::string& section);
   // The text of a key, empty when the key is absent; null, reported, when the section is.
   const std::string* FindText(const std::string& section, const std::string& key);
