@@ -17,19 +17,13 @@ namespace {
 constexpr RTIME kMs = 1'000'000;
 constexpr auto kVersion = SHARED_FIELD(SysInfo, version_word);
 
-int Count(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++count;
-  return count;
-}
-
 class Lockstep : public testing::Test {
  protected:
   Lockstep() {
     root_.MakeAreas();
     root_.CopySampleIni();
     setenv("VEK_CLOCK", "lockstep", 1);
-    setenv("TZ", "UTC0", 1);
+    setenv("TZ", "XYZ-05:30", 1);
     EXPECT_TRUE(sys_.OnOpen("/dev/ZQSysInfo", AREA_SYSINFO_SIZE));
   }
 
@@ -88,7 +82,7 @@ TEST_F(Lockstep, AStallOf200MsCosts199BeatsAndNoMore) {
   Interrupt(vek);
   const std::string log = vek.Stderr();
   EXPECT_EQ(Count(log,
-                  "2026-01-01 00:00:00.700000 WARN  RTVEK: rt_task_wait_period error: -110, "
+                  "2026-01-01 05:30:00.700000 WARN  RTVEK: rt_task_wait_period error: -110, "
                   "error count: 1, overruns: 199\n"),
             1)
       << log;

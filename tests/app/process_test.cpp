@@ -14,12 +14,6 @@
 
 namespace {
 
-int Count(const std::string& text, const std::string& part) {
-  int count = 0;
-  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++count;
-  return count;
-}
-
 struct Controller {
   Controller() {
     root.MakeAreas();

@@ -173,22 +173,13 @@ void Start(DebugLogSrv& server) {
   ASSERT_TRUE(server.OnInit(kSys) && g_log_clt.OnInit(LOG_MODULE_VEK, kSys, cfg));
 }
 
-// The minute in a zone 5:30 h east.
-std::string Minute() {
-  const time_t local = time(nullptr) + 5 * 3600 + 30 * 60;
-  char text[32];
-  return {text, strftime(text, sizeof text, "%Y-%m-%d %H:%M", gmtime(&local))};
-}
-
-TEST(LogLifecycle, WritesTheAgreedLinesInLocalTimeAndPrefixesThemForTheJournal) {
-  setenv("TZ", "XYZ-05:30", 1);
+TEST(LogLifecycle, WritesTheAgreedLinesAndPrefixesThemForTheJournal) {
   std::string stamp;
   for (const char c : std::string("0000-00-00 00:00:00.000000 ")) {
     stamp += c == '0' ? "[0-9]" : std::string(1, c);
   }
   for (const bool journal : {true, false}) {
     const LogFolder folder;
-    const std::string before = Minute();
     const std::string shown = InChild([journal] {
       struct stat own {};
       fstat(STDERR_FILENO, &own);
@@ -202,9 +193,7 @@ TEST(LogLifecycle, WritesTheAgreedLinesInLocalTimeAndPrefixesThemForTheJournal) 
       g_log_clt.ERROR_LOG("e");
       logging::platform_warning("late %d", 1);
     });
-    const std::string log = folder.Log(), minute = log.substr(0, before.size());
-    EXPECT_TRUE(before <= minute && minute <= Minute()) << log;
-    const std::string late = "WARN  platform: late 1\n";
+    const std::string log = folder.Log(), late = "WARN  platform: late 1\n";
     EXPECT_TRUE(Matches(log, stamp + "INFO  i\n" + stamp + "ERROR e\n" + stamp + late)) << log;
     const std::string early = " WARN  platform: early\\x0a\n";
     EXPECT_EQ(Matches(shown, "<4>2*" + early + "<6>2*\n<3>2*\n<4>2*\n"), journal) << shown;

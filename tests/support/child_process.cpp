@@ -8,6 +8,12 @@
 
 #include <system_error>
 
+int Count(const std::string& text, const std::string& part) {
+  int count = 0;
+  for (std::size_t at = 0; (at = text.find(part, at)) != text.npos; ++at) ++count;
+  return count;
+}
+
 void PollPause() {
   usleep(1000);
 }

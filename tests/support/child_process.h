@@ -33,6 +33,9 @@ class ChildProcess {
   int status_ = -1;
 };
 
+// How often `part` occurs in `text`.
+int Count(const std::string& text, const std::string& part);
+
 // Sleeps one millisecond.
 void PollPause();
 

@@ -47,7 +47,6 @@ TEST(WrongFile, IsRefusedByItsNameAndLine) {
                  {Ramp(5001, 2), ": 5001 waypoints, 5 to 5000 can be played"},
                  {"a,b\nc,d\n", ":2: 'c' is no number"},
                  {"0,1\n0,1,2\n", ":2: 3 numbers, lift needs 2"},
-                 {"0,1\n0,\n", ":2: '' is no number"},
                  {"0,nan\n", ":1: 'nan' is not finite"},
                  {"0,1e39\n", ":1: '1e39' is not finite"}});
   const std::string header = FramesHeader({&kLift});
@@ -59,16 +58,14 @@ TEST(WrongFile, IsRefusedByItsNameAndLine) {
                  {header + row.substr(4) + "\n", ":2: 25 cells, the header has 26"},
                  {header + row + "\n" + row + ",0\n", ":3: 27 cells, the header has 26"},
                  {header + "x" + row + "\n", ":2: 'x0.5' is no time"},
-                 {header + row + "x\n", ":2: '0x' is no number"},
                  {header + "0,-1" + row.substr(5) + "\n", ":2: '-1' is no stream flag"}});
   ExpectRefused(
       ReadScript,
       {{"0 quit\n\nsoon quit", ":3: 'soon' is no cycle from 0 to 2147483647"},
-       {"1", ":1: an action is missing"},
        {"1 state arm0", ":1: expected 'state GROUP NAME'"},
        {"1 stop head", ":1: group head plays no trajectories"},
-       {"1 traj arm0 /no.csv", ":1: /no.csv: cannot be read"},
        {"1 set cfgconfig 0 u8 1", ":1: no area cfgconfig: sysinfo, mac and udp can be set"},
+       {"1 move lift 1", ":1: 1 joint positions, lift needs 2"},
        {"1 set udp 4093 u32 1", ":1: '4093' is no offset from 0 to 4092"},
        {"1 set udp 0 i16 -32769", ":1: '-32769' is no number from -32768 to 32767"},
        {"1 set udp 0 f32 1e39", ":1: '1e39' does not fit"}});

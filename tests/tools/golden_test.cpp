@@ -32,7 +32,8 @@ std::string Script() {
   for (const GroupRow& group : kGroups) {
     script += Text("0 state ", group.key, " POSITION\n");
     script += group.plays_trajectories() ? Text("200 traj ", group.key, ' ', MotionOf(group), '\n')
-                                         : JointCommandLines(200, group, kHeadTarget);
+                                         : Text("200 move ", group.key, ' ', kHeadTarget[0], ',',
+                                                kHeadTarget[1], ',', kHeadTarget[2], '\n');
   }
   return script;
 }

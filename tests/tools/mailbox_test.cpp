@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int kGetString = 5;
 constexpr int kBrakeLock = 102;
 constexpr auto kCode = SHARED_FIELD(UdpArea, mailbox.op_code);
 constexpr auto kText = SHARED_FIELD(UdpArea, mailbox.op_text);
@@ -85,37 +84,6 @@ TEST_F(MailboxTest, TakesNoOldReplyForANewOne) {
       EXPECT_EQ(reply.status, next) << old << " " << reply.trouble;
       EXPECT_EQ(shared::load(udp_.get(), kCode), 0);
     }
-  }
-}
-
-constexpr std::size_t kToTheEnd = 996;  // of the area, from op_text
-static_assert(kText.offset + kToTheEnd == AREA_UDP_SIZE);
-
-// Over op_seq and op_reply it looks like status 100 as long as the reply is not written.
-std::string LongText(std::size_t length) {
-  std::string text(length, 'v');
-  if (length > 41) text.replace(38, 4, {1, 1, 101, 1});
-  return text;
-}
-
-TEST_F(MailboxTest, ReadsTextsThatRunOverTheReply) {
-  std::atomic<std::size_t> served{0};
-  StartVek([&](unsigned char* udp) {
-    const std::string text = LongText(served);
-    if (text.empty()) return ClearThenReply(udp, 100);
-    shared::write_bytes(udp + kText.offset, text.c_str(), std::min(text.size() + 1, kToTheEnd));
-    ClearThenReply(udp, 0);
-  });
-  EXPECT_EQ(mailbox_.Ask({.code = kGetString}, 30).status, 100);
-  for (const int length : {29, 30, 37, 38, 39, 40, 41, 42, 45, 996}) {
-    served = static_cast<std::size_t>(length);
-    const std::string text = LongText(served);
-    const OperationReply reply = mailbox_.Ask({.code = kGetString, .text = "R.A"}, 30);
-    ASSERT_EQ(reply.status, 0) << length << " " << reply.trouble;
-    EXPECT_EQ(reply.OverlapsReply(), length >= 40);
-    EXPECT_EQ(reply.text.substr(0, 40), text.substr(0, 40));
-    EXPECT_TRUE(length >= 40 || reply.text == text) << reply.text;
-    EXPECT_TRUE(length < 42 || reply.text.substr(42) == text.substr(42)) << length;
   }
 }
 

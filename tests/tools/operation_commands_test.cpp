@@ -25,8 +25,6 @@ TEST(OperationRequest, ComesFromTheArgumentsOfItsOperation) {
       {"arm0-brake-lock", {.axes = "0,3"}, 102, 9, 0, ""},
       {"505", {.value = "0xFFFFFFFF"}, 505, -1, 0, ""},
       {"body-sensorx-set-offset", {.value = "-2147483648", .sensor = "7"}, 414, INT32_MIN, 0, ""},
-      {"208", {.value = "5"}, 208, 5, 0, ""},
-      {"lift-servo-get-error-code", {.index = "2"}, 550, 2, 0, ""},
       {"set-param-float", {.real = "-.5", .text = name}, 2, 0, -0.5F, name},
   };
   for (const auto& c : cases) {
@@ -51,12 +49,9 @@ TEST(OperationRequest, WrongArgumentsAreTold) {
       {"arm0-brake-lock", {.axes = "1", .value = "1"}, "arm0-brake-lock takes one mask, not two"},
       {"arm0-brake-lock", {.axes = "0,8"}, "--axes: '8' is no axis from 0 to 7"},
       {"arm0-reset", {.text = "x"}, "arm0-reset takes no --text"},
-      {"107", {.value = "1", .sensor = "0"}, "operation 107 takes no --sensor"},
-      {"arm1-sensorx-set-offset", {.value = "1"}, "arm1-sensorx-set-offset needs --sensor"},
       {"arm1-sensorx-set-offset",
        {.value = "1", .sensor = "8"},
        "--sensor: '8' is no sensor from 0 to 7"},
-      {"system-check-version", {.value = "0x100000000"}, "'0x100000000' is no 32-bit integer"},
       {"set-param-float", {.real = "1e39", .text = "x"}, "'1e39' is no number that a float holds"},
       {"system-set-ip",
        {.text = "111111111122222222223333333333"},

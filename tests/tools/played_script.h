@@ -9,7 +9,6 @@
 
 #include "tests/support/temp_root.h"
 #include "tests/tools/tool_files.h"
-#include "vek/groups.h"
 
 // All that a run leaves behind.
 struct Played {
@@ -37,19 +36,4 @@ inline Played PlayScript(const TempFolder& root, const std::string& script,
   vek->Signal(SIGINT);
   EXPECT_EQ(vek->Wait(), 0);
   return {root.Read("/frames.csv"), root.Read("/var/vek.log"), drusim.Stdout()};
-}
-
-// The lines of a script that command joint positions.
-inline std::string JointCommandLines(int cycle, const GroupRow& group,
-                                     const std::vector<double>& joints) {
-  std::string lines;
-  const auto set = [&](std::size_t offset, const char* type, double value) {
-    lines += Text(cycle, " set udp ", offset, ' ', type, ' ', value, '\n');
-  };
-  for (std::size_t j = 0; j < joints.size(); ++j) {
-    set(group.udp.joint_cmd.offset + j * sizeof(float), "f32", joints[j]);
-  }
-  set(group.udp.joint_cmd_enable.offset, "u8", 1);
-  set(group.udp.joint_cmd_new.offset, "u8", 1);
-  return lines;
 }

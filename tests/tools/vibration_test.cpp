@@ -16,13 +16,8 @@ std::string ShapedRecording(double shaper_hz) {
   shared::store(config.data(), SHARED_FIELD(CfgConfig, body.ISFrequency), shaper_hz);
   shared::store(config.data(), SHARED_FIELD(CfgConfig, body.ISThreshold), 0.0);
   shared::store(config.data(), SHARED_FIELD(CfgConfig, body.ISDamp), 0.02);
-  const StreamSetup setup{ReadGroupLimits(config.data(), body),
-                          6,
-                          1,
-                          20,
-                          20,
-                          reinterpret_cast<const CfgConfig*>(config.data())};
-  StreamModel model(setup, {});
+  const auto* const cfg = reinterpret_cast<const CfgConfig*>(config.data());
+  StreamModel model({ReadGroupLimits(config.data(), body), 6, 1, 20, 20, cfg}, {});
   std::string text = FramesHeader({&body});
   for (int k = 0; k < 3000; ++k) {
     AppendFramesRow(text, kPeriod_s * k, {&model.frame()});

@@ -9,6 +9,7 @@
 #include "tools/failure.h"
 #include "tools/gpio_levels.h"
 #include "tools/group_argument.h"
+#include "tools/joint_command.h"
 #include "tools/requests.h"
 
 namespace {
@@ -55,6 +56,13 @@ Action Traj(const Arguments& in) {
 Action Stop(const Arguments& in) {
   return [group = &TrajectoryGroupByKey(in.words[1])](Robot& robot) {
     if (!StopTrajectory(robot.udp.get(), *group)) Fail(group->key, " has no run to stop");
+  };
+}
+
+Action Move(const Arguments& in) {
+  const GroupRow& group = in.Group();
+  return [&group, command = ParseJointCommand(group, Split(in.words[2], ','))](Robot& robot) {
+    SendJointCommand(robot.udp.get(), group, command);
   };
 }
 
@@ -189,6 +197,7 @@ constexpr ActionRow kActions[] = {
     {"state GROUP NAME", "asks Vek for a state, as a front end does", State},
     {"traj GROUP FILE.csv", "loads waypoints and starts the run", Traj},
     {"stop GROUP", "asks the run to stop", Stop},
+    {"move GROUP Q,Q,...", "commands joint positions, rad or m", Move},
     {"brake GROUP on|off", "unlocks a brake, or locks all of the group", Brake},
     {"pause GROUP on|off", "takes no frames from the ring", Pause},
     {"fail GROUP AXIS on|off", "lets the commands to a servo fail", FailCommands},
