@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures Vek: the cycle and its stages beside their bare arithmetic, robot.ini beside other libraries, the logging
-# call; in time, and in instructions, which repeat exactly. Prints the tables of docs/performance.md and whether the
+# call, the pace of simulated time; and counts instructions, which repeat exactly. Prints the tables of docs/performance.md and whether the
 # goals hold; with --docs they go into the page, too. ./bench.sh --drift checks the averaging filter over 10^9 samples
 # instead. Exit status 0 only when every goal holds.
 set -euo pipefail
@@ -17,7 +17,7 @@ build() {
   mkdir -p "$folder"
   echo "Building; the first time takes a minute"
   if ! { cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=Release -DVEK_BUILD_BENCH=ON -DVEK_BUILD_TESTS=OFF &&
-    cmake --build "$folder" --parallel "$(nproc)" --target vek_bench; } >"$folder/build.log" 2>&1; then
+    cmake --build "$folder" --parallel "$(nproc)" --target vek_bench vek vekctl drusim; } >"$folder/build.log" 2>&1; then
     tail -n 40 "$folder/build.log" >&2
     exit 2
   fi
@@ -46,6 +46,13 @@ count_instructions() {
   count log/sub_state 500 "message with one text"
 }
 
+measure_lockstep() {
+  echo
+  echo "| Simulated time, ten seconds with all groups moving | time | pace | goal | holds |"
+  echo "|---|--:|--:|--:|---|"
+  bench/lockstep.sh --bin "$folder/bin"
+}
+
 # Puts the report between the page's two marks.
 update_page() {
   awk -v report="$report" '
@@ -64,6 +71,7 @@ measure() {
     tail -n 1 "$folder/bench.txt" >&2
     exit "$status"
   fi
+  measure_lockstep >>"$report" || status=$?
   count_instructions >>"$report"
   cat "$report"
   return "$status"

@@ -51,17 +51,18 @@ make_script() {
 }
 make_script >"$work/script"
 
-# play [OPTION …]: one run; its wall time, s, into `seconds`. The two processes' start is part of it.
+# play [OPTION …]: one run; how long drusim took for it, s, into `seconds`.
 play() {
-  local begin status=0
-  begin=$EPOCHREALTIME
+  local begin end status=0
   "$bin/vek" >"$work/vek.txt" 2>&1 &
   vek=$!
+  begin=$EPOCHREALTIME
   "$bin/drusim" --script "$work/script" "$@" >"$work/drusim.txt" 2>&1 || status=$?
+  end=$EPOCHREALTIME
   kill -INT "$vek"
   wait "$vek" || status=$?
   vek=
-  seconds=$(awk -v begin="$begin" -v end="$EPOCHREALTIME" 'BEGIN { print end - begin }')
+  seconds=$(awk -v begin="$begin" -v end="$end" 'BEGIN { print end - begin }')
   if [ "$status" -ne 0 ] || ! grep -q "^cycles $((ticks + 1))$" "$work/drusim.txt"; then
     cat "$work/vek.txt" "$work/drusim.txt" >&2
     exit 2

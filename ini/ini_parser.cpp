@@ -1,5 +1,6 @@
 #include "ini/ini_parser.h"
 
+#include <cstring>
 #include <string_view>
 
 #include "ini/guarded.h"
@@ -25,18 +26,32 @@ class Output {
   void Add(std::string_view piece, char end) {
     if (piece.size() >= text_.size() - size_) text_.resize(2 * text_.size() + piece.size());
     char* const at = text_.data() + size_;
-    if (piece.size() < kShort) {
-      for (std::size_t k = 0; k < piece.size(); ++k) at[k] = piece[k];
-    } else {
-      piece.copy(at, piece.size());
-    }
+    Copy(at, piece);
     at[piece.size()] = end;
     size_ += piece.size() + 1;
   }
   std::string_view text() const { return {text_.data(), size_}; }
 
  private:
-  static constexpr std::size_t kShort = 12;
+  static void Copy(char* to, std::string_view piece) {
+    const std::size_t size = piece.size();
+    if (size > 16) {
+      std::memcpy(to, piece.data(), size);
+    } else if (size >= 8) {
+      CopyEnds<8>(to, piece);
+    } else if (size >= 4) {
+      CopyEnds<4>(to, piece);
+    } else {
+      for (std::size_t k = 0; k < size; ++k) to[k] = piece[k];
+    }
+  }
+  // Two moves of kBytes, which meet or overlap.
+  template <std::size_t kBytes>
+  static void CopyEnds(char* to, std::string_view piece) {
+    const std::size_t last = piece.size() - kBytes;
+    std::memcpy(to, piece.data(), kBytes);
+    std::memcpy(to + last, piece.data() + last, kBytes);
+  }
 
   std::string text_ = std::string(1 << 15, '\0');  // room for a robot.ini
   std::size_t size_ = 0;
