@@ -84,7 +84,7 @@ row() {
       median = NR % 2 ? seconds[(NR + 1) / 2] : (seconds[NR / 2] + seconds[NR / 2 + 1]) / 2
       times = ticks / 1000 / median
       holds = times >= goal
-      verdict = goal > 0 ? sprintf("≥ %d × | %s", goal, holds ? "yes" : "**no**") : " |"
+      verdict = goal > 0 ? sprintf("≥ %d × | %s", goal, holds ? "yes" : "**no**") : " | "
       printf "| %s | %.0f ms | %.0f × | %s |\n", text, 1000 * median, times, verdict
       exit !holds
     }'
