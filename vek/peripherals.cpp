@@ -123,7 +123,7 @@ void Vek::WatchGyro() {
   static State state;
   state.delta_fbk_gyro = gyro_.values[kGyroWatched] - state.last_fbk_gyro;
   state.last_fbk_gyro = gyro_.values[kGyroWatched];
-  if (state.delta_fbk_gyro <= -kGyroChange || state.delta_fbk_gyro >= kGyroChange) {
+  if (!(state.delta_fbk_gyro > -kGyroChange && state.delta_fbk_gyro < kGyroChange)) {
     state.gyro_error_count = 0;
     return;
   }

@@ -1,11 +1,14 @@
 /* The shared areas: one packed struct each, in the layout that all processes of the controller
  * agree on.
  *
- * Little-endian, no gaps but those shown. Compiles as C11 and C++20. Beside each field stand its
- * writer and its unit: vek    this process            dru   the servo task front  the UDP front
- * end, or whoever plays its part (vekctl) Joint units (ju) are radians, and metres on the lift.
- * Members are packed: copy them in and out by value, never form a pointer or reference to one.
- * Arrays of five are in group order: Arm0, Arm1, Head, Body, Lift. */
+ * Little-endian, no gaps but those shown. Compiles as C11 and C++20. Members are packed: copy them
+ * in and out by value, never form a pointer or reference to one. Arrays of five are in group order:
+ * Arm0, Arm1, Head, Body, Lift. Beside each field stand its unit, joint units (ju) being radians
+ * and on the lift metres, and its writer:
+ *
+ * - vek: this process
+ * - dru: the servo task
+ * - front: the UDP front end, or whoever plays its part (vekctl) */
 #ifndef VEK_SHARED_AREAS_H
 #define VEK_SHARED_AREAS_H
 

@@ -1,5 +1,6 @@
 // The mailbox's operations on the controller as a whole.
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <climits>
 #include <cstdio>
@@ -94,6 +95,17 @@ std::string AddressText(const char* typed, const Address& address) {
   return typed[std::strspn(typed, "0123456789.")] == '\0' ? typed : Dotted(address);
 }
 
+// The network file, emptied; null when it cannot be written. Without O_NONBLOCK a FIFO in its place
+// would hold up the loop for ever.
+FILE* OpenNetworkFile() {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK;
+  const int fd = open(host_path(kNetworkFile).c_str(), kFlags, 0666);
+  if (fd == -1) return nullptr;
+  FILE* const file = fdopen(fd, "w");
+  if (file == nullptr) close(fd);
+  return file;
+}
+
 // Writes and closes the network file; false when not all of it could be written.
 bool WriteInterface(FILE* file, const std::string& address, const std::string& gateway) {
   std::fprintf(file,
@@ -179,7 +191,7 @@ OperationStatus Vek::OperationRun::SetIp() {
   const std::string address_text = AddressText(typed.data(), address);
   const std::string gateway = Dotted({address[0], address[1], address[2], 1});
   vek_.RunShell("mount -o remount rw /");
-  FILE* const file = std::fopen(host_path(kNetworkFile).c_str(), "we");
+  FILE* const file = OpenNetworkFile();
   // The file system stays writable then, deliberately.
   if (file == nullptr) return Report(OperationEvent::Failed, kNetworkFile);
   const bool written = WriteInterface(file, address_text, gateway);

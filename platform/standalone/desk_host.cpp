@@ -75,7 +75,9 @@ std::string_view program_of(std::string_view command) {
 
 bool record(const std::string& line) {
   mkdir(host_path("/var").c_str(), 0777);  // as a rule it is there
-  const int fd = open_path("/var/commands.log", O_WRONLY | O_CREAT | O_APPEND, 0666);
+  // Non-blocking only for a FIFO's sake: without a reader it is no record.
+  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK;
+  const int fd = open_path("/var/commands.log", flags, 0666);
   if (fd < 0) return false;
   const std::string text = line + '\n';
   // One write, so that lines of several programs do not mix.

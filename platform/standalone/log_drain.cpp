@@ -30,10 +30,13 @@ struct Log {
   std::atomic<bool> stop{false};
   pthread_t thread{};
   pid_t owner = 0;     // a forked child has the data, but no drain
-  std::mutex writing;  // the drain's passes and flushes; in real time never taken by post()
+  std::mutex writing;  // the drain's passes and flushes; never taken by a real-time task
   LogWriter writer;
 };
 constinit Log g_log;
+
+// Of the thread that started the drain: it had better write itself than lose a message.
+constinit thread_local bool t_has_time = false;
 
 void sleep_ns(long ns) {
   const std::timespec pause{.tv_sec = 0, .tv_nsec = ns};
@@ -114,6 +117,7 @@ bool start_drain() {
     g_log.writer.Close();
     return false;
   }
+  t_has_time = true;
   g_log.owner = getpid();
   g_log.running.store(true, std::memory_order_release);
   static const bool at_exit = std::atexit(stop_drain) == 0;
@@ -144,7 +148,7 @@ void post(Header header, const char* format, std::va_list list) {
   };
   if (queued()) return;
   // In simulated time nothing is late, and a message must not depend on the drain's pace.
-  if (lockstep::active()) {
+  if (t_has_time || lockstep::active()) {
     write_queued();
     if (queued()) return;
   }

@@ -7,7 +7,9 @@
 
 namespace logging {
 
-// Opens the log and starts the drain; true when it runs already. Plain threads, one at a time.
+// Opens the log and starts the drain; true when it runs already. Plain threads, one at a time. The
+// thread that starts it loses no message from then on: it writes what is queued when there is no
+// room.
 bool start_drain();
 // Writes everything that is queued and ends the drain; nothing when it does not run. A message that
 // is posted afterwards is discarded. Happens by itself at exit().
@@ -22,7 +24,8 @@ struct Header {
   int code = 0;
 };
 
-// Queues a message; discards it while the drain does not run. Any thread, real-time safe.
+// Queues a message; discards it while the drain does not run. Any thread; real-time safe but on the
+// one that started the drain.
 void post(Header header, const char* format, std::va_list list);
 
 }  // namespace logging

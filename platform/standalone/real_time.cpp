@@ -93,14 +93,14 @@ Lacks hold_processor_latency() {
   return Lack::kDeepSleep;
 }
 
-// The processors that are wanted and there.
+// The processors that are wanted and there. This process may have been started without them, one
+// that is isolated for its sake for example.
 cpu_set_t usable_processors(unsigned wanted) {
   cpu_set_t usable;
-  cpu_set_t allowed;
   CPU_ZERO(&usable);
-  if (sched_getaffinity(0, sizeof allowed, &allowed) != 0) return usable;
-  for (unsigned k = 0; k < 32; ++k) {
-    if ((wanted >> k & 1U) != 0 && CPU_ISSET(k, &allowed)) CPU_SET(k, &usable);
+  const long there = std::min(sysconf(_SC_NPROCESSORS_CONF), 32L);
+  for (long k = 0; k < there; ++k) {
+    if ((wanted >> k & 1U) != 0) CPU_SET(static_cast<std::size_t>(k), &usable);
   }
   return usable;
 }

@@ -1,6 +1,7 @@
 // Host calls beneath a root: what is recorded, what acts, what fails, and the devices.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <climits>
 #include <cstdlib>
@@ -68,8 +69,8 @@ TEST(Host, FailsWhenTheListSaysSo) {
   setenv("VEK_FAIL", "popen", 1);
   EXPECT_EQ(Output("hostname -I"), "(failed)");
   EXPECT_EQ(root.Read("/var/commands.log"), "mount -o remount r /\n");
-  root.Remove("/var");
-  root.Write("/var", "a file where the folder should be");
+  root.Remove("/var/commands.log");
+  mkfifo(root.Path("/var/commands.log").c_str(), 0600);
   EXPECT_EQ(host_system("sync"), -1);  // what cannot be recorded has not run
 }
 

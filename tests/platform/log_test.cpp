@@ -207,8 +207,8 @@ TEST(LogLifecycle, WritesEverythingAtExitAndNothingBeforeTheStartOrAfterTheEnd) 
     g_log_clt.INFO_LOG("before the start");
     DebugLogSrv server;
     Start(server);
-    for (int k = 0; k < 500; ++k) g_log_clt.INFO_LOG("kept");
-    std::exit(::testing::Test::HasFailure() ? 1 : 0);  // the server is not destroyed
+    for (int k = 0; k < 5000; ++k) g_log_clt.INFO_LOG("kept");  // more than find room
+    std::exit(::testing::Test::HasFailure() ? 1 : 0);           // the server is not destroyed
   });
   const std::string destroyed = InChild([&] {
     {
@@ -223,7 +223,7 @@ TEST(LogLifecycle, WritesEverythingAtExitAndNothingBeforeTheStartOrAfterTheEnd) 
     EXPECT_FALSE(DebugLogSrv().OnInit(kSys));
   });
   EXPECT_TRUE(Matches(destroyed, "2* INFO  by itself\n2* INFO  kept\n")) << destroyed;
-  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 500);
+  EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 5000);
   EXPECT_EQ(folder.Log(), text + destroyed) << "a file is appended to";
 }
 

@@ -1,6 +1,7 @@
 // Every operation of the mailbox, asked for by this process of a Vek and a servo task of their own:
 // done, rejected and failed wherever it can be.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -185,7 +186,7 @@ TEST_F(Operations, AreDoneRejectedAndFailed) {
   std::filesystem::rename(root_.Path(kIni), root_.Path("/ini"));
   root_.Write(kIni + "/folder", "");
   root_.Remove(kNetwork);
-  root_.Write(kNetwork + "/folder", "");
+  mkfifo(root_.Path(kNetwork).c_str(), 0600);
   EXPECT_EQ(
       AskAll([](const Row& row) { return row.failed; }, [](const Row& row) { return row.failure; }),
       60);
