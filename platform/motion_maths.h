@@ -18,14 +18,17 @@ struct ZQNSyncDTS {
   double period_s = 0;          // one step
   double rate_hz = 0;           // 1 / period_s
   double pos[kMathsAxes]{};
-  double speed[kMathsAxes]{};         // planned; differs from vel by what rounds the positions
-  double vel[kMathsAxes]{};           // last step / period
-  double target[kMathsAxes]{};        // the last finite target
-  double target_speed[kMathsAxes]{};  // of a run: last step / period, within the velocity limit
-  double reserve[kMathsAxes]{};       // of a run: largest change of that speed in one step
-  double plan_of[kMathsAxes]{};       // of a run: the acc_speed that the next two belong to
-  double plan_speed[kMathsAxes]{};    // of a run: what it leaves of the acc_speed
-  double per_plan_way[kMathsAxes]{};  // of a run: 1 / (plan_speed * period)
+  double speed[kMathsAxes]{};           // planned; differs from vel by what rounds the positions
+  double vel[kMathsAxes]{};             // last step / period
+  double target[kMathsAxes]{};          // the last finite target
+  double target_speed[kMathsAxes]{};    // of a run: last step / period, within the velocity limit
+  double reserve[kMathsAxes]{};         // of a run: largest change of that speed, jumps aside
+  double hardest[kMathsAxes]{};         // of a run: largest change of that speed lately
+  double hardest_before[kMathsAxes]{};  // of a run: the same, of the time before
+  double hardest_age_s = 0;             // since when `hardest` has been kept
+  double plan_of[kMathsAxes]{};         // of a run: the acc_speed that the next two belong to
+  double plan_speed[kMathsAxes]{};      // of a run: what it leaves of the acc_speed
+  double per_plan_way[kMathsAxes]{};    // of a run: 1 / (plan_speed * period)
   double vel_limit[kMathsAxes]{};
   double acc_speed[kMathsAxes]{};      // what the acceleration limit adds to a speed in one step
   double acc_way[kMathsAxes]{};        // acc_speed * period
@@ -52,14 +55,16 @@ void ZQNSyncDTS_OnDT(ZQNSyncDTS* state, const double* target, double* pos);
 // and for good, and passes it only when it can no longer stop; started at rest it never leaves the
 // range of its targets. While an acceleration limit was lowered too late to stop before the target,
 // the axis brakes by the largest one in force since it could. Without acceleration (limit 0, or too
-// small for the position's resolution) it brakes so to rest and stays.
+// small for the position's resolution) it brakes so to rest and stays; a speed limit too small for
+// that resolution moves nothing either.
 void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, double* vel,
                       double* acc);
 // On: the targets from now on are the samples of a run, and the axes follow them instead of
 // stopping before each. Samples whose own steps keep the limits are hit exactly once an axis is on
-// them; a run that is stopped dead is passed by the stopping distance at most. Off, as at first:
-// back to what OnDT2 says. A platform's library may lack this call: then it is null, and a group
-// lags behind its run.
+// them. The axes leave the run's range only when it brakes harder than the limits allow and than it
+// changed its speed in the last seconds, or is stopped dead; then by the stopping distance at most.
+// Off, as at first: back to what OnDT2 says. A platform's library may lack this call: then it is
+// null, and a group lags behind its run.
 [[gnu::weak]] void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on);
 // Replaces the limits in force from the next step on.
 void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc);
@@ -89,9 +94,9 @@ bool ZQAVGF_OnInit(ZQAVGF* state, long axes, long window, double period_s);
 void ZQAVGF_OnEmpty(ZQAVGF* state);
 // Takes one sample an axis; gives the mean of the last `window` ones, to 1e-12 of the largest of
 // the last two windows, and its velocity: the newest sample's distance from the one `window`
-// samples before it, over the window's time. When the window's samples are the same double, gives
-// exactly that one and velocity 0. A sample that is not finite repeats the one before it, 0 at
-// first. `out` may be `in`.
+// samples before it, over the window's time. When the window's samples, two at least, are the same
+// double, gives exactly that one and velocity 0. A sample that is not finite repeats the one before
+// it, 0 at first. `out` may be `in`.
 void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel);
 
 // Square root; 0 for what is not positive.

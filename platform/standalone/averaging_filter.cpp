@@ -2,7 +2,7 @@
 //
 // A running sum: the newest sample comes, the oldest goes. Beside it a second sum takes the same
 // samples from an empty start; after a window's length it has seen just that window and replaces
-// the first. So no rounding outlives a window, and every sample costs the same.
+// the first. So no rounding outlives two windows, and every sample costs the same.
 #include <algorithm>
 #include <cmath>
 
@@ -79,7 +79,7 @@ void ZQAVGF_OnFilt(ZQAVGF* state, const double* in, double* out, double* vel) {
   const bool complete = state->next == state->window - 1;
   const Pair parts = both(state->window * kPart);
   const Pair span_s = both(state->span_s);
-  const Pair window = both(std::max(state->window, 2));  // one sample is equal to none
+  const Pair window = both(std::max(state->window, 2));  // one sample has none to equal
   const Pair largest = both(DBL_MAX);
   for (int a = 0; a < axes; a += 2) {
     const int left = axes - a;

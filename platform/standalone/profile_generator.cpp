@@ -12,6 +12,7 @@
 // grain more than A, the size of a rounding, so that they do not carry an axis past its target.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "platform/motion_maths.h"
 #include "platform/standalone/axis_pair.h"
@@ -22,6 +23,8 @@ using namespace axis_pair;
 
 // Larger limits, and periods beyond it or its inverse, would overflow and serve no machine.
 constexpr double kLargest = 1e100;
+// A target's speed that is not known: what it changes by is no number either, and counts nowhere.
+constexpr double kNoSpeed = std::numeric_limits<double>::quiet_NaN();
 // In q: of a larger distance the law would see no more than the order.
 constexpr double kFarthest = 1e15;
 // In h: how closely the planned speed has to agree with a landing.
@@ -30,6 +33,10 @@ constexpr double kTolerance = 1e-9;
 // of its speed beyond the second is a jump, which takes no acceleration to follow: nothing could.
 constexpr double kMostReserve = 15.0 / 16;
 constexpr double kJump = 2;
+// In h: the least that a run is believed to brake by.
+constexpr double kLeastBraking = 1e-6;
+// How long a run's hardest change of speed is remembered, at least; twice that at most.
+constexpr double kMemory_s = 2;
 
 double valid_limit(double limit) {
   return std::isfinite(limit) && limit > 0 ? std::min(limit, kLargest) : 0.0;
@@ -49,7 +56,7 @@ void place(ZQNSyncDTS& state) {
   std::copy_n(state.target, kMathsAxes, state.pos);
   std::fill_n(state.speed, kMathsAxes, 0.0);
   std::fill_n(state.vel, kMathsAxes, 0.0);
-  std::fill_n(state.target_speed, kMathsAxes, 0.0);
+  std::fill_n(state.target_speed, kMathsAxes, kNoSpeed);
   state.placed = true;
   state.run_begins = true;
 }
@@ -58,6 +65,12 @@ void place(ZQNSyncDTS& state) {
 Pair stopping_speed(Pair e) {
   const Pair n = nearest(root(2 * e + 0.25) - 1);  // rounds down sqrt(2e + 1/4) - 1/2
   return e / (n + 1) + 0.5 * n;
+}
+
+// The way of a stop, in q, after a step at speed v, in h: (v-1) + (v-2) + ... down to rest.
+Pair stopping_way(Pair v) {
+  const Pair n = nearest(v - 0.5);  // steps to rest: rounds down v
+  return n * v - 0.5 * n * (n + 1);
 }
 
 // What a pair of axes may do in the next step.
@@ -83,8 +96,7 @@ Mask can_stop(const ZQNSyncDTS& state, Pair target, int a) {
   const Pair speed = load(state.speed + a);
   const Authority may = authority(state, pos, speed, a);
   const Pair v = magnitude(speed) / larger(may.h, both(DBL_MIN));
-  const Pair n = nearest(v - 0.5);  // steps to rest: rounds down v
-  const Pair way = (n * v - 0.5 * n * (n + 1)) * may.h * T;
+  const Pair way = stopping_way(v) * may.h * T;
   return (magnitude(speed) <= may.h) | (way <= along(target - pos, speed) + v * may.grain * T);
 }
 
@@ -119,6 +131,7 @@ inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, in
   const Pair needed = larger(reserve, change <= kJump * may.h ? change : both(0));
   store(state.target_speed + a, speed);
   store(state.reserve + a, needed);
+  store(state.hardest + a, larger(change, load(state.hardest + a)));
   // Once the run has shown its hardest moment, the division before the law's own is spared.
   const Mask known = (needed == reserve) & (may.h == load(state.plan_of + a));
   if ((known[0] & known[1]) == 0) {
@@ -128,6 +141,27 @@ inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, in
     store(state.per_plan_way + a, 1 / larger(h * state.period_s, both(DBL_MIN)));
   }
   return {.speed = speed, .h = load(state.plan_speed + a), .per_q = load(state.per_plan_way + a)};
+}
+
+// The law of axes that are off their samples, where it might carry them out of the run's range:
+// when the run changes its speed harder than they can, and when they run ahead of samples that come
+// to them. They then make no step from which they could not stop where the run itself would come to
+// rest, were it to brake as hard as it lately did.
+inline Pair hold_back(const ZQNSyncDTS& state, const PlanFrame& frame, const Authority& may,
+                      Pair law, Pair ahead, Pair target, int a) {
+  const Pair pos = load(state.pos + a);
+  const Pair hardest = larger(load(state.hardest + a), load(state.hardest_before + a));
+  const Mask outrun = hardest > kMostReserve * may.h;
+  const Mask flees = (along(law, frame.speed) > 0) & (along(ahead, frame.speed) < 0);
+  const Mask held = (pos != load(state.target + a)) & (outrun | flees);
+  if ((held[0] | held[1]) == 0) return law;
+  const Pair braking = larger(larger(hardest, kLeastBraking * may.h), both(DBL_MIN));
+  const Pair steps = smaller(magnitude(frame.speed) / braking, both(kFarthest));
+  const Pair run_way = stopping_way(steps) * braking * state.period_s;
+  const Pair room = larger(along(target - pos, frame.speed) + run_way, both(0));
+  const Pair e = smaller(room * load(state.per_acc_way + a), both(kFarthest));
+  const Pair most = stopping_speed(e) * may.h;
+  return held ? along(smaller(along(law, frame.speed), most), frame.speed) : law;
 }
 
 // One step of a pair of axes: position, speed meant, velocity; the accelerations are the result.
@@ -145,7 +179,8 @@ inline Pair step(ZQNSyncDTS& state, const double* given, int a) {
   const Pair distance = target - pos;
   const Pair ahead = distance - frame.speed * T;
   const Pair e = smaller(magnitude(ahead) * frame.per_q, both(kFarthest));
-  const Pair law = frame.speed + with_sign(stopping_speed(e) * frame.h, ahead);
+  Pair law = frame.speed + with_sign(stopping_speed(e) * frame.h, ahead);
+  if constexpr (following) law = hold_back(state, frame, may, law, ahead, target, a);
 
   const Pair brake = load(state.brake_speed + a) + may.grain;
   const Pair braked = with_sign(larger(magnitude(speed) - brake, both(0)), speed);
@@ -163,6 +198,15 @@ inline Pair step(ZQNSyncDTS& state, const double* given, int a) {
   store(state.speed + a, lands ? next_vel : next_speed);
   store(state.vel + a, next_vel);
   return (next_vel - vel) * state.rate_hz;
+}
+
+// Lets a run's hardest change be forgotten in time.
+void age_memory(ZQNSyncDTS& state) {
+  state.hardest_age_s += state.period_s;
+  if (state.hardest_age_s < kMemory_s) return;
+  state.hardest_age_s = 0;
+  std::copy_n(state.hardest, kMathsAxes, state.hardest_before);
+  std::fill_n(state.hardest, kMathsAxes, 0.0);
 }
 
 template <bool following>
@@ -206,16 +250,22 @@ void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, doub
   // A run's first target has no speed of its own: it is wherever the run begins.
   if (!state->placed || state->run_begins) take_targets(*state, target);
   if (!state->placed) place(*state);
-  state->run_begins = false;
   if (!state->brakes_settled) settle_brakes(*state, target);
   const auto step = state->following ? step_all<true> : step_all<false>;
   step(*state, target, pos, vel, acc);
+  if (state->following) age_memory(*state);
+  // Nor is the first speed that it then has a change of speed.
+  if (state->run_begins) std::fill_n(state->target_speed, kMathsAxes, kNoSpeed);
+  state->run_begins = false;
 }
 
 void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on) {
   if (on && !state->following) {
-    std::fill_n(state->target_speed, kMathsAxes, 0.0);
+    std::fill_n(state->target_speed, kMathsAxes, kNoSpeed);
     std::fill_n(state->reserve, kMathsAxes, 0.0);
+    std::fill_n(state->hardest, kMathsAxes, 0.0);
+    std::fill_n(state->hardest_before, kMathsAxes, 0.0);
+    state->hardest_age_s = 0;
     std::fill_n(state->plan_of, kMathsAxes, -1.0);  // of none
     state->run_begins = true;
   }
