@@ -68,6 +68,9 @@ TEST(Arguments, AreasThatAreMissingOrShortAndAForeignDeviceEndATool) {
   root.Write("/dev/ttyUSB0", "mine");
   EXPECT_EQ(RunProgram("drusim", {"--gyro"}).status, 1);
   EXPECT_EQ(root.Read("/dev/ttyUSB0"), "mine");
+  const Arguments late{"--record", root.Path("/dev/ttyUSB0"), "--control", root.Path("/no/pipe")};
+  EXPECT_EQ(RunProgram("drusim", late).status, 2);
+  EXPECT_EQ(root.Read("/dev/ttyUSB0"), "mine");
   root.Remove("/dev/ZQUdp");
   const Outcome missing = RunProgram("vekctl", {"stop", "arm0"});
   EXPECT_EQ(missing.status, 1);

@@ -83,6 +83,8 @@ TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
   const TempFile script("0 set sysinfo 16004 i32 2\n0 set sysinfo 16148 i32 0\n");
   ChildProcess drusim("drusim", {"--script", script.path()});
   ASSERT_TRUE(DruRuns());
+  EXPECT_EQ(RunProgram("drusim", {"--record", script.path()}).status, 1);  // a second one
+  EXPECT_NE(ReadFile(script.path()), "");
   Expect({"state", "body", "POSITION"}, 1, "POSITION rejected by Vek: the group is moving\n");
 
   Expect({"move", "lift", "0.01", "0"}, 1, "taken over, but the state is IDLE: it does not move");

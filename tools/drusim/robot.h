@@ -24,8 +24,11 @@ struct RobotOptions {
 };
 
 struct Robot {
-  // Maps the areas and switches everything on; a Failure when that is not possible.
+  // Maps the areas and makes the gyro; the areas stay as they are. A Failure when that is not
+  // possible, or when another process plays the servo task already.
   explicit Robot(const RobotOptions& options);
+  // Switches everything on.
+  void OnStart(const RobotOptions& options);
 
   ServoModel& Group(const GroupRow& group) { return groups[group.index]; }
   // A Failure when the robot has none.

@@ -45,10 +45,12 @@ void PrintSensorOffsets(const ServoModel& model) {
 
 Simulation::Simulation(SimulationOptions options)
     : options_(std::move(options)), robot_(options_.robot) {
+  // First all that can go wrong, then what overwrites a file, then what others see.
+  if (!options_.control.empty()) control_ = std::make_unique<ControlPipe>(options_.control);
   if (!options_.record.empty()) {
     recorder_ = std::make_unique<Recorder>(options_.record, options_.record_groups);
   }
-  if (!options_.control.empty()) control_ = std::make_unique<ControlPipe>(options_.control);
+  robot_.OnStart(options_.robot);
 }
 
 bool Simulation::Run(const std::atomic<bool>& stop) {

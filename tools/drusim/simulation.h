@@ -22,7 +22,8 @@ struct SimulationOptions {
 
 class Simulation {
  public:
-  // Maps the areas and switches all groups on; a Failure when that is not possible.
+  // Maps the areas, opens the files and switches all groups on; a Failure, before anything is
+  // changed, when that is not possible.
   explicit Simulation(SimulationOptions options);
 
   // Runs until `stop`, the script or the number of cycles ends it. False when a script action
