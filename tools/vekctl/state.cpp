@@ -7,13 +7,18 @@
 
 namespace {
 
-// Why Vek may have withdrawn the request, as far as the words tell.
-std::string ReasonOf(const AreaView& sys, const GroupRow& group) {
+// The request is no longer in its word: tells why, as far as the other words tell.
+[[noreturn]] void FailGone(const AreaView& sys, const GroupRow& group, const std::string& wanted) {
   const bool unlocked = shared::load(sys.get(), group.sys.brake_unlock) != 0;
   const bool moving = shared::load(sys.get(), group.sys.standstill) == 0;
-  if (group.request_check != RequestCheck::None && unlocked) return "a brake is held unlocked";
-  if (group.request_check == RequestCheck::BrakeAndMotion && moving) return "the group is moving";
-  return "Vek's log tells why";
+  if (group.request_check != RequestCheck::None && unlocked) {
+    Fail(group.key, ": ", wanted, " rejected by Vek: a brake is held unlocked");
+  }
+  if (group.request_check == RequestCheck::BrakeAndMotion && moving) {
+    Fail(group.key, ": ", wanted, " rejected by Vek: the group is moving");
+  }
+  Fail(group.key, ": ", wanted, " not carried out: Vek rejected it, as its log then tells, ",
+       "or the servo side has just started, or another request took its place");
 }
 
 // Withdraws a request that was not carried out, so that it does not act at some later time.
@@ -43,19 +48,20 @@ int RunState(const StateOptions& options) {
   RequestState(udp.get(), group, wanted);
   for (;;) {
     const std::chrono::duration<double> waited = Clock::now() - start;
+    const bool late = waited.count() >= options.timeout_s;
     if (GroupState(sys, group) == wanted) {
       std::printf("%s: %s reached after %.3f s\n", options.group.c_str(), options.state.c_str(),
                   waited.count());
       return 0;
     }
     if (shared::load_acquire(udp.get(), group.udp.state_cmd) != wanted) {
-      Fail(options.group, ": ", options.state, " rejected by Vek: ", ReasonOf(sys, group));
+      FailGone(sys, group, options.state);
     }
-    if (!vek.Alive()) {
+    if (!vek.Alive() || (late && !vek.HasMoved())) {
       Withdraw(udp, sys, group, wanted);
-      Fail(options.group, ": Vek is not running (its cycle stamp stands still)");
+      Fail(options.group, ": not carried out: Vek's cycle stands still");
     }
-    if (waited.count() >= options.timeout_s) {
+    if (late) {
       Withdraw(udp, sys, group, wanted);
       FailUnanswered(sys, group, wanted);
     }
