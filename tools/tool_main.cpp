@@ -20,6 +20,16 @@ std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
   return text;
 }
 
+// The arguments, the last one first. CLI11 takes -.5 for an option and -0.5 for a number.
+std::vector<std::string> ReversedWords(int argc, char** argv) {
+  std::vector<std::string> words;
+  for (int k = argc - 1; k > 0; --k) {
+    std::string& word = words.emplace_back(argv[k]);
+    if (word.starts_with("-.") && ParseDouble(word)) word.insert(1, "0");
+  }
+  return words;
+}
+
 }  // namespace
 
 void AddRootOptions(CLI::App& app, RootOption& option) {
@@ -30,7 +40,7 @@ void AddRootOptions(CLI::App& app, RootOption& option) {
 
 bool ParseArguments(CLI::App& app, int argc, char** argv) {
   try {
-    app.parse(argc, argv);
+    app.parse(ReversedWords(argc, argv));
     return true;
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() != 0) FailUsage(Explain(app, error));

@@ -39,7 +39,7 @@ TEST(Arguments, WrongOnesAreToldInOneLine) {
       {"vekctl", {"traj", "head", good.path()}, "head plays no trajectories"},
       {"vekctl", {"traj", "arm0", "/tmp"}, "/tmp: is a folder"},
       {"vekctl", {"traj", "arm1", few.path()}, "4 waypoints"},
-      {"vekctl", {"move", "head", "1", "2"}, "2 joint positions, head needs 3"},
+      {"vekctl", {"move", "head", "-.1", "-.2e1"}, "2 joint positions, head needs 3"},
       {"vekctl", {"speed", "head", "10", "--acc", "nan"}, "'nan' is no percentage"},
       {"vekctl", {"brake-free", "lift", "on"}, "lift has no brake word"},
       {"vekctl", {"--host", "brake-free", "head", "on"}, "never on the real paths"},
