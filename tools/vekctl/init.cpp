@@ -32,15 +32,23 @@ void MakeFile(const fs::path& path, long size) {
   if (!made) Fail(path.string(), ": ", std::strerror(error));
 }
 
+void MakeFolder(const char* folder) {
+  std::error_code error;
+  fs::create_directories(host_path(folder), error);
+  if (error) Fail(folder, ": ", error.message());
+}
+
 void MakeArea(const AreaInfo& area, bool force) {
   const fs::path path = host_path(area.path);
-  if (fs::exists(path)) {
-    const auto size = fs::file_size(path);
+  std::error_code error;
+  if (fs::exists(path, error)) {
+    if (!fs::is_regular_file(path, error)) Fail(area.path, ": is no plain file");
+    const auto size = fs::file_size(path, error);
     if (size == static_cast<std::uintmax_t>(area.size)) return;
     if (!force) {
       Fail(area.path, ": has ", size, " bytes, not ", area.size, "; --force makes it anew");
     }
-    fs::remove(path);
+    if (!fs::remove(path, error)) Fail(area.path, ": ", error.message());
   }
   MakeFile(path, area.size);
 }
@@ -80,7 +88,7 @@ void SetPercents() {
 
 int RunInit(const InitOptions& options) {
   SettleRoot(options.root, true);
-  for (const char* folder : kFolders) fs::create_directories(host_path(folder));
+  for (const char* folder : kFolders) MakeFolder(folder);
   for (const AreaInfo& area : kDeviceAreas) MakeArea(area, options.force);
   MakeFile(host_path("/dev/qlm_gpio"), kGpioBytes);
   MakeFile(host_path("/dev/rtc0"), 0);

@@ -35,6 +35,7 @@ struct Options {
 constexpr NumberRange kSeconds{0.1, 3600};
 constexpr NumberRange kAboveZero{1e-12, 1e12};
 constexpr const char* kGroupHelp = "arm0, arm1, head, body or lift";
+constexpr const char* kPlayerHelp = "arm0, arm1, body or lift";
 
 // Runs a command on its options, in the root that was given.
 template <class CommandOptions>
@@ -81,13 +82,13 @@ Commands MotionCommands(Options& all) {
        With(all, all.state, RunState)},
       {"traj",
        "Load waypoints, run them and follow the run",
-       {{"GROUP", &all.traj.group, kGroupHelp},
+       {{"GROUP", &all.traj.group, kPlayerHelp},
         {"FILE", &all.traj.file, "Waypoints, one a line, 20 ms apart"},
         {"--no-wait", &all.traj.no_wait, "Return once the run is started"}},
        With(all, all.traj, RunTraj)},
       {"stop",
        "Stop a group's run",
-       {{"GROUP", &all.stop.group, kGroupHelp}},
+       {{"GROUP", &all.stop.group, kPlayerHelp}},
        With(all, all.stop, RunStop)},
       {"move",
        "Command joint positions and wait for them",

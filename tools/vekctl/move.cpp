@@ -88,13 +88,14 @@ void Move::Follow(double timeout_s) {
   channel_.AwaitTaken(SetValue::Joints, deadline);
   for (auto moved = Clock::now();; ShortPause()) {
     const auto now = Clock::now();
+    CheckStreams();
     const bool still = StandsStill(channel_.sys(), group_);
-    if (still && Distance(joints_) <= kArrived) break;
+    // Where the group stands already, what it tells may be long gone.
+    if (still && Distance(joints_) <= kArrived && channel_.ServoSideHasMoved()) break;
     if (!still) moved = now;
     if (now - moved >= kRest && OnlyCoupledJointIsOff()) {
       Fail(group_.key, ": stands at ", Positions(), ": joint 7 is held back by joint 6");
     }
-    CheckStreams();
     if (now >= deadline) {
       Fail(group_.key, ": timed out at ", Positions(), " (vekctl why ", group_.key,
            " may tell more)");

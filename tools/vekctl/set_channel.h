@@ -20,6 +20,8 @@ class SetChannel {
   void AwaitTaken(SetValue value, Clock::time_point deadline);
   // A Failure (status 1) once the stamps of Vek or of the servo side stand still.
   void CheckRunning();
+  // Whether the servo side has been seen at work.
+  bool ServoSideHasMoved() const { return dru_.HasMoved(); }
 
  private:
   void CheckVek();

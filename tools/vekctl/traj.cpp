@@ -51,12 +51,19 @@ class Progress {
   Clock::time_point last_;
 };
 
+// A Failure for a byte that no run has: it keeps a new one from starting and cannot be stopped.
+void CheckTrajState(const GroupRow& group, int state) {
+  if (state >= TRAJ_IDLE && state <= TRAJ_STOP) return;
+  Fail(group.key, ": its trajectory byte ", state, " means nothing to Vek");
+}
+
 void CheckReady(const Areas& areas, const GroupRow& group) {
   const int state = GroupState(areas.sys, group);
   if (state != GROUP_STATE_POSITION) {
     Fail(group.key, ": is in ", GroupStateName(group, state), ", trajectories play in POSITION");
   }
   const int traj_state = TrajState(areas.udp, group);
+  CheckTrajState(group, traj_state);
   if (traj_state != TRAJ_IDLE) {
     Fail(group.key, ": has a trajectory already (", TrajStateName(traj_state), ")");
   }
@@ -150,6 +157,7 @@ int RunStop(const StopOptions& options) {
   SettleRoot(options.root);
   const AreaView sys(kSysInfoArea);
   const AreaView udp(kUdpArea);
+  CheckTrajState(group, TrajState(udp, group));
   if (!StopTrajectory(udp.get(), group) && TrajState(udp, group) != TRAJ_STOP) {
     std::printf("%s: no run to stop\n", group.key.data());
     return 0;
