@@ -1,8 +1,13 @@
 #include "tools/mailbox.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
+#include "platform/host.h"
 #include "vek/operation_table.h"
 
 namespace {
@@ -38,6 +43,22 @@ OperationReply NoReply(std::string trouble) {
   return reply;
 }
 
+// A lock of the Udp area's file, which keeps other clients off the mailbox. The kernel takes it
+// back from a process that dies.
+class Turn {
+ public:
+  Turn() : fd_(host_open(kUdpArea.path, O_RDONLY)) {}
+  ~Turn() { host_close(fd_); }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+  // False while another client has it. What cannot be locked, a device perhaps, is nobody's.
+  bool Take() { return flock(fd_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
+
+ private:
+  int fd_;
+};
+
 }  // namespace
 
 bool OperationReply::OverlapsReply() const {
@@ -46,6 +67,10 @@ bool OperationReply::OverlapsReply() const {
 
 OperationReply Mailbox::Ask(const OperationRequest& request, double timeout_s) {
   const auto deadline = After(Clock::now(), timeout_s);
+  Turn turn;
+  for (; !turn.Take(); ShortPause()) {
+    if (Clock::now() >= deadline) return NoReply("the mailbox is occupied by another client");
+  }
   vek_ = WatchVek(sys_.get());
   if (!Post(request, deadline)) {
     const std::string name = NameOf(shared::load_acquire(udp_.get(), kCode));

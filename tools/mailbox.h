@@ -30,7 +30,8 @@ struct OperationReply {
 };
 inline constexpr std::size_t kReplyInText = 40;  // where op_reply lies, from op_text
 
-// One requester at a time: the mailbox has no lock, so two may spoil each other's arguments.
+// Takes turns with other clients of its kind. Requesters that are none know of no lock: they and a
+// client may spoil each other's arguments.
 class Mailbox {
  public:
   // Maps the areas; a Failure (status 1) when they cannot be.

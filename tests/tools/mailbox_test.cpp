@@ -4,8 +4,8 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/support/child_process.h"
 #include "tests/support/temp_root.h"
+#include "tests/tools/tool_files.h"
 #include "tools/mailbox.h"
 
 namespace {
@@ -109,6 +109,22 @@ TEST_F(MailboxTest, TellsWhyThereIsNoReply) {
   serves = true;
   EXPECT_EQ(mailbox_.Ask(request, 30).status, 0) << "after the one that was left";
   EXPECT_EQ(mailbox_.Ask({.code = 600}, 0.3).trouble, "no reply, though the mailbox was cleared");
+}
+
+TEST_F(MailboxTest, ClientsTakeTurns) {
+  StartVek([](unsigned char* udp) {
+    EXPECT_EQ(shared::load(udp, SHARED_FIELD(UdpArea, mailbox.op_value)), shared::load(udp, kCode));
+    Reply(udp, 0);
+    shared::store_release(udp, kCode, 0);
+  });
+  const auto ask = [](const char* code) {
+    for (int k = 0; k < 400; ++k) {
+      EXPECT_EQ(RunProgram("vekctl", {"op", code, "--value", code}).status, 0);
+    }
+  };
+  std::thread other(ask, "14");
+  ask("102");
+  other.join();
 }
 
 }  // namespace
