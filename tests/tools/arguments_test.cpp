@@ -72,6 +72,10 @@ TEST(Arguments, AreasThatAreMissingOrShortAndAForeignDeviceEndATool) {
   EXPECT_EQ(RunProgram("drusim", late).status, 2);
   EXPECT_EQ(root.Read("/dev/ttyUSB0"), "mine");
   root.Remove("/dev/ZQUdp");
+  std::filesystem::create_directory(root.Path("/dev/ZQUdp"));
+  EXPECT_EQ(RunProgram("vekctl", {"init", "--force"}).err,
+            "vekctl: /dev/ZQUdp: is no plain file\n");
+  root.Remove("/dev/ZQUdp");
   const Outcome missing = RunProgram("vekctl", {"stop", "arm0"});
   EXPECT_EQ(missing.status, 1);
   EXPECT_EQ(missing.err, "vekctl: /dev/ZQUdp: is missing (vekctl init makes it)\n");

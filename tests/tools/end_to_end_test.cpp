@@ -88,7 +88,11 @@ TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
   EXPECT_NE(ReadFile(script.path()), "");
   Expect({"state", "body", "POSITION"}, 1, "POSITION rejected by Vek: the group is moving\n");
 
-  Expect({"move", "lift", "0.01", "0"}, 1, "taken over, but the state is IDLE: it does not move");
+  for (const char* to : {"0.01", "0"}) {  // the lift stands at 0
+    Expect({"move", "lift", to, "0"}, 1, "taken over, but the state is IDLE: it does not move");
+  }
+  shared::store(AreaView(kUdpArea).get(), kGroups[3].udp.traj_state, 77);
+  Expect({"stop", "body"}, 1, "body: its trajectory byte 77 means nothing to Vek");
   Expect({"why", "lift"}, 1, "lift: it is in IDLE, not in POSITION");
   Expect({"state", "lift", "POSITION"}, 0, "POSITION reached");
   Expect({"why", "lift"}, 0, "lift: nothing keeps it from moving");
