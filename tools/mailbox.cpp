@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 
 #include "platform/host.h"
 #include "vek/operation_table.h"
@@ -37,9 +39,42 @@ std::string NameOf(int code) {
   return operation ? operation->Command() : Text("operation ", code);
 }
 
-OperationReply NoReply(std::string trouble) {
+std::atomic<bool> g_interrupted{false};
+
+void OnInterrupt(int) {
+  g_interrupted = true;
+}
+
+// While it lives, what would end the process ends its waiting, so that no request is left behind.
+// A signal that is ignored stays so.
+class Interruptible {
+ public:
+  Interruptible() {
+    struct sigaction action {};
+    action.sa_handler = OnInterrupt;
+    for (std::size_t k = 0; k < kSignals.size(); ++k) {
+      sigaction(kSignals[k], nullptr, &former_[k]);
+      if (former_[k].sa_handler != SIG_IGN) sigaction(kSignals[k], &action, nullptr);
+    }
+  }
+  ~Interruptible() {
+    for (std::size_t k = 0; k < kSignals.size(); ++k) sigaction(kSignals[k], &former_[k], nullptr);
+  }
+  Interruptible(const Interruptible&) = delete;
+  Interruptible& operator=(const Interruptible&) = delete;
+
+ private:
+  static constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
+  std::array<struct sigaction, kSignals.size()> former_{};
+};
+
+bool IsOver(Clock::time_point deadline) {
+  return g_interrupted || Clock::now() >= deadline;
+}
+
+OperationReply NoReply(const std::string& trouble) {
   OperationReply reply;
-  reply.trouble = std::move(trouble);
+  reply.trouble = (g_interrupted ? "interrupted: " : "") + trouble;
   return reply;
 }
 
@@ -67,29 +102,31 @@ bool OperationReply::OverlapsReply() const {
 
 OperationReply Mailbox::Ask(const OperationRequest& request, double timeout_s) {
   const auto deadline = After(Clock::now(), timeout_s);
+  const Interruptible interruptible;
   Turn turn;
   for (; !turn.Take(); ShortPause()) {
-    if (Clock::now() >= deadline) return NoReply("the mailbox is occupied by another client");
+    if (IsOver(deadline)) return NoReply("the mailbox is occupied by another client");
   }
   vek_ = WatchVek(sys_.get());
   if (!Post(request, deadline)) {
-    const std::string name = NameOf(shared::load_acquire(udp_.get(), kCode));
-    return NoReply(
-        Text("the mailbox is occupied by ", name, VekRuns() ? "" : ", and Vek is not running"));
+    const std::int16_t code = shared::load_acquire(udp_.get(), kCode);
+    if (code <= 0) return NoReply("nothing was asked for");
+    return NoReply(Text("the mailbox is occupied by ", NameOf(code),
+                        CycleRuns() ? "" : ", and Vek's cycle stands still"));
   }
   for (;; ShortPause()) {
     if (const auto status = Status(request.code)) return Result(*status);
-    if (Clock::now() >= deadline) return GiveUp(request);
+    if (IsOver(deadline)) return GiveUp(request);
   }
 }
 
-// Waits until the mailbox is free and takes it; false when it was not free in time.
+// Waits until the mailbox is free and takes it; false when it was not free in time, or interrupted.
 bool Mailbox::Post(const OperationRequest& request, Clock::time_point deadline) {
   for (auto occupied = Clock::now();; ShortPause()) {
     const auto now = Clock::now();
     const std::int16_t code = shared::load_acquire(udp_.get(), kCode);
-    if (code > 0) {
-      if (now >= deadline) return false;
+    if (code > 0 || g_interrupted) {
+      if (IsOver(deadline)) return false;
       occupied = now;
     } else if (PresentStatus() || now - occupied >= kReplyFollows) {
       // Without a reply to the last request, one may be about to be written, as the next one's.
@@ -143,17 +180,21 @@ OperationReply Mailbox::Result(int status) const {
 
 OperationReply Mailbox::GiveUp(const OperationRequest& request) {
   const auto code = static_cast<std::int16_t>(request.code);
-  if (!VekRuns() && shared::replace(udp_.get(), kCode, code, 0)) {
-    return NoReply("Vek is not running (its cycle stamp stands still): request withdrawn");
+  // A Vek whose start failed serves the mailbox without a cycle. It leaves op_code until the end of
+  // an operation, so nobody can tell whether it has begun this one.
+  if (!CycleRuns() && shared::replace(udp_.get(), kCode, code, 0)) {
+    return NoReply(
+        "no reply, and Vek's cycle stands still: the request was taken out of the mailbox, but may "
+        "already be under way");
   }
   if (const auto status = Status(request.code)) return Result(*status);  // in the last moment
   return NoReply(shared::load_acquire(udp_.get(), kCode) == code
-                     ? "no reply in time: it is still being carried out"
+                     ? "no reply yet: it is still being carried out"
                      : "no reply, though the mailbox was cleared");
 }
 
 // Whether its stamp moves: since Ask began, and still. Takes up to two seconds when it does not.
-bool Mailbox::VekRuns() {
+bool Mailbox::CycleRuns() {
   if (!vek_.Alive()) return false;
   StampWatch now = WatchVek(sys_.get());
   while (now.Alive() && !now.HasMoved()) ShortPause();

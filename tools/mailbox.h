@@ -37,10 +37,11 @@ class Mailbox {
   // Maps the areas; a Failure (status 1) when they cannot be.
   Mailbox() = default;
 
-  // Has Vek carry out an operation and waits for its reply, at most `timeout_s` seconds, waiting
-  // for a mailbox that is occupied included. Without a reply in that time, the request is withdrawn
-  // when Vek does not run, so that it is not carried out at some later start, and left when it
-  // does: Vek may be waiting for the servo side.
+  // Has Vek carry out an operation and waits for its reply, at most `timeout_s` seconds or until
+  // SIGINT, SIGTERM or SIGHUP, waiting for a mailbox that is occupied included. Without a reply by
+  // then, the request is taken out of the mailbox when Vek's cycle stands still, so that it is not
+  // carried out at some later start, and left when it runs: Vek may be waiting for the servo side.
+  // From one thread of a process at a time, and not again after such a signal.
   OperationReply Ask(const OperationRequest& request, double timeout_s);
 
  private:
@@ -50,7 +51,7 @@ class Mailbox {
   std::optional<int> Status(int code) const;
   OperationReply Result(int status) const;
   OperationReply GiveUp(const OperationRequest& request);
-  bool VekRuns();
+  bool CycleRuns();
 
   AreaView sys_{kSysInfoArea}, udp_{kUdpArea};
   StampWatch vek_ = WatchVek(sys_.get());

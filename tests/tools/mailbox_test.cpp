@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <csignal>
 #include <thread>
 
 #include "tests/support/temp_root.h"
@@ -90,12 +91,13 @@ TEST_F(MailboxTest, TakesNoOldReplyForANewOne) {
 TEST_F(MailboxTest, TellsWhyThereIsNoReply) {
   const OperationRequest request{.code = kBrakeLock};
   EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble,
-            "Vek is not running (its cycle stamp stands still): request withdrawn");
+            "no reply, and Vek's cycle stands still: the request was taken out of the mailbox, but "
+            "may already be under way");
   EXPECT_EQ(shared::load(udp_.get(), kCode), 0) << "it must not act when Vek starts";
 
   shared::store(udp_.get(), kCode, 11);
   EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble,
-            "the mailbox is occupied by system-reboot, and Vek is not running");
+            "the mailbox is occupied by system-reboot, and Vek's cycle stands still");
   EXPECT_EQ(shared::load(udp_.get(), kCode), 11) << "somebody else's";
 
   std::atomic<bool> serves{false};
@@ -104,7 +106,7 @@ TEST_F(MailboxTest, TellsWhyThereIsNoReply) {
   });
   EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble, "the mailbox is occupied by system-reboot");
   shared::store(udp_.get(), kCode, -5);  // counts as free
-  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble, "no reply in time: it is still being carried out");
+  EXPECT_EQ(mailbox_.Ask(request, 0.1).trouble, "no reply yet: it is still being carried out");
   EXPECT_EQ(shared::load(udp_.get(), kCode), kBrakeLock);
   serves = true;
   EXPECT_EQ(mailbox_.Ask(request, 30).status, 0) << "after the one that was left";
@@ -125,6 +127,19 @@ TEST_F(MailboxTest, ClientsTakeTurns) {
   std::thread other(ask, "14");
   ask("102");
   other.join();
+}
+
+TEST(MailboxSignals, LeaveNoRequestBehind) {
+  const Areas areas;
+  const AreaView udp(kUdpArea);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    ChildProcess vekctl("vekctl", {"reboot", "--timeout", "60"});
+    EXPECT_TRUE(WaitUntil([&] { return shared::load_acquire(udp.get(), kCode) == 11; }));
+    vekctl.Signal(signal);
+    EXPECT_EQ(vekctl.Wait(), 1);
+    EXPECT_EQ(shared::load_acquire(udp.get(), kCode), 0);
+    EXPECT_NE(vekctl.Stderr().find("reboot: interrupted: no reply"), std::string::npos);
+  }
 }
 
 }  // namespace

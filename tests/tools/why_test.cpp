@@ -26,7 +26,7 @@ struct Case {
 };
 
 const Case kCases[] = {
-    {"Vek is not running (its cycle stamps stand still)", [](auto& s) { s.vek_runs = false; }},
+    {"Vek's cycle does not run (its stamps stand still)", [](auto& s) { s.vek_runs = false; }},
     {"Vek has no complete robot.ini (load flag 0)", [](auto& s) { s.load_complete = 0; }},
     {"it is in TORQUE, not in POSITION; a request for POSITION is pending",
      [](auto& s) { s.state = GROUP_STATE_TORQUE; }},

@@ -12,7 +12,7 @@ constexpr int kRingRoom = AREA_RING_CAPACITY / AREA_FRAME_SIZE;
 using Snapshot = GroupSnapshot;
 
 std::string JudgeVek(const GroupRow&, const Snapshot& s) {
-  return s.vek_runs ? "" : "Vek is not running (its cycle stamps stand still)";
+  return s.vek_runs ? "" : "Vek's cycle does not run (its stamps stand still)";
 }
 
 std::string JudgeConfiguration(const GroupRow&, const Snapshot& s) {
