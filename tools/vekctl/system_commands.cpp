@@ -1,4 +1,7 @@
 // Clock, network address, interface version and reboot.
+#include <algorithm>
+
+#include "tools/failure.h"
 #include "tools/vekctl/operation_commands.h"
 
 namespace {
@@ -8,9 +11,32 @@ int Get(const SystemOptions& options, OperationKind kind, const char* subject) {
   return Tell(options, end, TellingOf(end, subject, end.Result()));
 }
 
-int Set(const SystemOptions& options, OperationKind kind, const char* subject) {
+std::string TextOf(const SystemOptions& options) {
   std::string text;
   for (const std::string& word : options.words) text += (text.empty() ? "" : " ") + word;
+  return text;
+}
+
+// Vek looks at the beginning of a text and takes blanks and signs: what it writes then is not what
+// was typed.
+void CheckAddress(std::string_view text) {
+  constexpr std::size_t kRoom = 19;
+  const auto is_number = [](std::string_view part) {
+    const auto number = ParseInteger(part);
+    return number && *number >= 0 && *number <= 255;
+  };
+  const auto parts = Split(text, '.');
+  if (text.size() <= kRoom && text.find_first_not_of("0123456789.") == text.npos &&
+      parts.size() == 4 && std::all_of(parts.begin(), parts.end(), is_number)) {
+    return;
+  }
+  FailUsage('\'', Printable(text),
+            "' is no address: four numbers from 0 to 255 with dots, at most ", kRoom,
+            " characters");
+}
+
+int Set(const SystemOptions& options, OperationKind kind, const char* subject) {
+  const std::string text = TextOf(options);
   const OperationEnd end = AskFor(kind, {.text = text}, options);
   return Tell(options, end, TellingOf(end, subject, Text(subject, ": set to ", text)));
 }
@@ -37,6 +63,7 @@ int RunIpGet(const SystemOptions& options) {
 }
 
 int RunIpSet(const SystemOptions& options) {
+  CheckAddress(TextOf(options));
   return Set(options, OperationKind::SetIp, "address");
 }
 
