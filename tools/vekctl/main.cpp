@@ -214,7 +214,7 @@ Command Param(Options& all) {
             With(all, options, RunParamSet)},
            {"save", "Write robot.ini", Asking(all.mailbox), With(all, all.mailbox, RunParamSave)},
            {"diff",
-            "List what is not saved in robot.ini",
+            "List what is not saved in robot.ini, of keys that the schema has",
             {{"--json", &all.mailbox.json, "Print a JSON list"}},
             With(all, all.mailbox, RunParamDiff)}}};
 }

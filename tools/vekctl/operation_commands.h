@@ -29,7 +29,7 @@ int RunParamGet(const ParamOptions& options);
 // Sets a parameter of the live configuration and tells what robot.ini will hold once it is saved.
 int RunParamSet(const ParamOptions& options);
 int RunParamSave(const OperationOptions& options);
-// Lists what the live configuration holds otherwise than robot.ini.
+// Lists what the live configuration holds otherwise than robot.ini, as far as the schema goes.
 int RunParamDiff(const OperationOptions& options);
 
 struct SystemOptions : OperationOptions {

@@ -6,6 +6,7 @@
 #include "platform/host.h"
 #include "platform/shared_access.h"
 #include "tools/failure.h"
+#include "tools/vekctl/live_view.h"
 #include "tools/vekctl/operation_commands.h"
 #include "vek/config_schema.h"
 
@@ -48,6 +49,15 @@ LiveValue Compare(IniParser& ini, const std::string& section, const std::string&
   }
 }
 
+void WarnUnlessVekRuns() {
+  const AreaView sys(kSysInfoArea);
+  StampWatch vek = WatchVek(sys.get());
+  while (vek.Alive() && !vek.HasMoved()) ShortPause();
+  if (vek.HasMoved()) return;
+  std::fputs("vekctl: warning: Vek's cycle stands still: these may be values of an earlier run\n",
+             stderr);
+}
+
 }  // namespace
 
 std::vector<ParamDifference> DiffParams(IniParser& ini, const unsigned char* cfg) {
@@ -79,6 +89,7 @@ int RunParamDiff(const OperationOptions& options) {
   }
   IniParser ini;
   if (!ini.OnLoad(host_path(kRobotIni).c_str())) Fail(kRobotIni, ": cannot be read");
+  WarnUnlessVekRuns();
   std::vector<std::string> list;
   for (const auto& [name, file, live] : DiffParams(ini, cfg.get())) {
     list.push_back(JsonObject()

@@ -13,5 +13,6 @@ struct ParamDifference {
 };
 
 // The words of `cfg` (a CfgConfig) that differ from the document both by value and by what a save
-// would write; only sections that the document has.
+// would write; only sections that the document has, and of those only keys that the schema has:
+// other keys are in no area.
 std::vector<ParamDifference> DiffParams(IniParser& ini, const unsigned char* cfg);
