@@ -29,6 +29,10 @@ inline constexpr const char* kRobotIni = "/home/QUARLE/Config/cfg/robot.ini";
 inline constexpr std::array kDeviceAreas{kSysInfoArea, kCfgConfigArea, kMacArea,
                                          kUdpArea,     kSysDbgArea,    kVek2DruArea};
 
+// A Failure (status 1) that says why a file of the controller cannot be mapped, as far as can be
+// seen without opening it; device nodes have no size.
+void CheckMappable(const char* path, long size, const char* if_missing);
+
 // An existing area, mapped. Nothing is created.
 class AreaView {
  public:

@@ -27,9 +27,9 @@ class TimingFile {
  public:
   explicit TimingFile(bool rooted) {
     const auto path = task_timing::PathOf(kTask, rooted);
-    if (!file_.OnOpen(path.data(), sizeof(Record))) {
-      Fail(path.data(), ": is not there; the task makes it when it starts, if its folder exists");
-    }
+    CheckMappable(path.data(), sizeof(Record),
+                  "is not there; the task makes it when it starts, if its folder exists");
+    if (!file_.OnOpen(path.data(), sizeof(Record))) Fail(path.data(), ": cannot be mapped");
     record_ = file_.OnGetAddr();
     const auto magic = shared::load_acquire(record_, SHARED_FIELD(Record, magic));
     const auto version = shared::load(record_, SHARED_FIELD(Record, version));
