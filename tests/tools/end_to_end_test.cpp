@@ -75,7 +75,7 @@ TEST_F(EndToEnd, TheRecordingOfAScriptIsRight) {
 }
 
 TEST_F(EndToEnd, CommandsTellWhatBecameOfThem) {
-  Expect({"move", "lift", "0", "0"}, 1, "lift: Vek is not running");
+  Expect({"move", "lift", "0", "0"}, 1, "lift: Vek's cycle does not run");
   Expect({"state", "lift", "TORQUE", "--timeout", "0.2"}, 1, "Vek's cycle stands still");
   ChildProcess vek("vek");
   ASSERT_TRUE(vek.WaitForText("Vek is running..."));

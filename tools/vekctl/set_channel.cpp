@@ -10,7 +10,7 @@ bool Blocks(int state) {
 }  // namespace
 
 void SetChannel::CheckVek() {
-  if (!vek_.Alive()) Fail(group_.key, ": Vek is not running (its cycle stamp stands still)");
+  if (!vek_.Alive()) Fail(group_.key, ": Vek's cycle does not run (its stamp stands still)");
 }
 
 void SetChannel::CheckRunning() {
