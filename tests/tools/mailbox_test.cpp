@@ -120,7 +120,7 @@ TEST_F(MailboxTest, ClientsTakeTurns) {
     shared::store_release(udp, kCode, 0);
   });
   const auto ask = [](const char* code) {
-    for (int k = 0; k < 400; ++k) {
+    for (int k = 0; k < 150; ++k) {
       EXPECT_EQ(RunProgram("vekctl", {"op", code, "--value", code}).status, 0);
     }
   };

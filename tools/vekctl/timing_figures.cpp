@@ -52,7 +52,8 @@ std::vector<std::string> LacksOf(const task_timing::Record& record) {
 std::string VerdictOn(const task_timing::Record& record) {
   if (record.execution.count == 0) return "no cycle yet";
   std::string verdict;
-  if (record.missed > 0) verdict = Text("missed ", record.missed, " periods");
+  const char* const periods = record.missed == 1 ? " period" : " periods";
+  if (record.missed > 0) verdict = Text("missed ", record.missed, periods);
   for (const std::string& lack : LacksOf(record)) {
     const bool first = verdict.find("degraded") == std::string::npos;
     verdict += Text(verdict.empty() ? "" : first ? "; " : ", ", first ? "degraded: " : "", lack);

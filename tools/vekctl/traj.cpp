@@ -107,7 +107,7 @@ bool Follow(const Areas& areas, const GroupRow& group, int count) {
     progress.Show(shared::load(areas.trajbuf.get(), group.traj.next_point), count);
     if (state == TRAJ_IDLE) return stopped;
     stopped = stopped || state == TRAJ_STOP;
-    if (!vek.Alive()) Fail(group.key, ": Vek is not running any more, the run stands");
+    if (!vek.Alive()) Fail(group.key, ": Vek's cycle stands still, and so does the run");
     if (!dru.Alive()) Fail(group.key, ": the servo side is not running any more, the run stands");
     const bool in_position = GroupState(areas.sys, group) == GROUP_STATE_POSITION;
     if (!in_position && !interrupted) {
