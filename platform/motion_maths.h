@@ -23,8 +23,10 @@ struct ZQNSyncDTS {
   double target[kMathsAxes]{};          // the last finite target
   double target_speed[kMathsAxes]{};    // of a run: last step / period, within the velocity limit
   double reserve[kMathsAxes]{};         // of a run: largest change of that speed, jumps aside
-  double hardest[kMathsAxes]{};         // of a run: largest change of that speed lately
+  double mark_speed[kMathsAxes]{};      // of a run: its speed where the present stretch began
+  double hardest[kMathsAxes]{};         // of a run: largest mean change in a step of a stretch
   double hardest_before[kMathsAxes]{};  // of a run: the same, of the time before
+  double stretch_s = 0;                 // how long the present stretch is
   double hardest_age_s = 0;             // since when `hardest` has been kept
   double plan_of[kMathsAxes]{};         // of a run: the acc_speed that the next two belong to
   double plan_speed[kMathsAxes]{};      // of a run: what it leaves of the acc_speed
@@ -61,10 +63,10 @@ void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, doub
                       double* acc);
 // On: the targets from now on are the samples of a run, and the axes follow them instead of
 // stopping before each. Samples whose own steps keep the limits are hit exactly once an axis is on
-// them. The axes leave the run's range only when it brakes harder than the limits allow and than it
-// changed its speed in the last seconds, or is stopped dead; then by the stopping distance at most.
-// Off, as at first: back to what OnDT2 says. A platform's library may lack this call: then it is
-// null, and a group lags behind its run.
+// them. The axes leave the run's range only when it is stopped dead, or brakes harder than the
+// limits allow and than it lately changed its speed; then by the stopping distance at most. Off, as
+// at first: back to what OnDT2 says. A platform's library may lack this call: then it is null, and
+// a group lags behind its run.
 [[gnu::weak]] void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on);
 // Replaces the limits in force from the next step on.
 void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc);

@@ -35,8 +35,13 @@ constexpr double kMostReserve = 15.0 / 16;
 constexpr double kJump = 2;
 // In h: the least that a run is believed to brake by.
 constexpr double kLeastBraking = 1e-6;
-// How long a run's hardest change of speed is remembered, at least; twice that at most.
+// Over such stretches a run's change of speed is judged, so that noise on its samples, which an
+// axis need not follow, does not count.
+constexpr double kStretch_s = 0.064;
+// How long the hardest one is remembered, at least; twice that at most.
 constexpr double kMemory_s = 2;
+// How much harder than in the mean of a stretch a run may brake within it.
+constexpr double kPeak = 16.0 / 15;
 
 double valid_limit(double limit) {
   return std::isfinite(limit) && limit > 0 ? std::min(limit, kLargest) : 0.0;
@@ -131,7 +136,6 @@ inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, in
   const Pair needed = larger(reserve, change <= kJump * may.h ? change : both(0));
   store(state.target_speed + a, speed);
   store(state.reserve + a, needed);
-  store(state.hardest + a, larger(change, load(state.hardest + a)));
   // Once the run has shown its hardest moment, the division before the law's own is spared.
   const Mask known = (needed == reserve) & (may.h == load(state.plan_of + a));
   if ((known[0] & known[1]) == 0) {
@@ -155,7 +159,7 @@ inline Pair hold_back(const ZQNSyncDTS& state, const PlanFrame& frame, const Aut
   const Mask flees = (along(law, frame.speed) > 0) & (along(ahead, frame.speed) < 0);
   const Mask held = (pos != load(state.target + a)) & (outrun | flees);
   if ((held[0] | held[1]) == 0) return law;
-  const Pair braking = larger(larger(hardest, kLeastBraking * may.h), both(DBL_MIN));
+  const Pair braking = larger(larger(kPeak * hardest, kLeastBraking * may.h), both(DBL_MIN));
   const Pair steps = smaller(magnitude(frame.speed) / braking, both(kFarthest));
   const Pair run_way = stopping_way(steps) * braking * state.period_s;
   const Pair room = larger(along(target - pos, frame.speed) + run_way, both(0));
@@ -200,9 +204,26 @@ inline Pair step(ZQNSyncDTS& state, const double* given, int a) {
   return (next_vel - vel) * state.rate_hz;
 }
 
-// Lets a run's hardest change be forgotten in time.
-void age_memory(ZQNSyncDTS& state) {
-  state.hardest_age_s += state.period_s;
+// The first speed that a run has is no change of speed; with it the first stretch begins.
+void begin_changes(ZQNSyncDTS& state) {
+  std::fill_n(state.target_speed, kMathsAxes, kNoSpeed);
+  std::fill_n(state.mark_speed, kMathsAxes, kNoSpeed);
+  state.stretch_s = kStretch_s;
+}
+
+// Judges how hard a run changes its speed, and lets that be forgotten in time.
+void remember_changes(ZQNSyncDTS& state) {
+  state.stretch_s += state.period_s;
+  if (state.stretch_s < kStretch_s) return;
+  const double share = state.period_s / state.stretch_s;
+  for (int a = 0; a < kMathsAxes; a += 2) {
+    const Pair speed = load(state.target_speed + a);
+    const Pair change = magnitude(speed - load(state.mark_speed + a)) * share;
+    store(state.hardest + a, larger(change, load(state.hardest + a)));
+    store(state.mark_speed + a, speed);
+  }
+  state.hardest_age_s += state.stretch_s;
+  state.stretch_s = 0;
   if (state.hardest_age_s < kMemory_s) return;
   state.hardest_age_s = 0;
   std::copy_n(state.hardest, kMathsAxes, state.hardest_before);
@@ -253,9 +274,11 @@ void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, doub
   if (!state->brakes_settled) settle_brakes(*state, target);
   const auto step = state->following ? step_all<true> : step_all<false>;
   step(*state, target, pos, vel, acc);
-  if (state->following) age_memory(*state);
-  // Nor is the first speed that it then has a change of speed.
-  if (state->run_begins) std::fill_n(state->target_speed, kMathsAxes, kNoSpeed);
+  if (state->run_begins) {
+    begin_changes(*state);
+  } else if (state->following) {
+    remember_changes(*state);
+  }
   state->run_begins = false;
 }
 
