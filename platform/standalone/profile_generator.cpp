@@ -33,6 +33,8 @@ constexpr double kTolerance = 1e-9;
 // of its speed beyond the second is a jump, which takes no acceleration to follow: nothing could.
 constexpr double kMostReserve = 15.0 / 16;
 constexpr double kJump = 2;
+// In h: a run that changes its speed by more asks for far more than there is.
+constexpr double kFarTooMuch = 1.25;
 // In h: the least that a run is believed to brake by.
 constexpr double kLeastBraking = 1e-6;
 // Over such stretches a run's change of speed is judged, so that noise on its samples, which an
@@ -148,18 +150,21 @@ inline PlanFrame follow(ZQNSyncDTS& state, const Authority& may, Pair target, in
 }
 
 // The law of axes that are off their samples, where it might carry them out of the run's range:
-// when the run changes its speed harder than they can, and when they run ahead of samples that come
-// to them. They then make no step from which they could not stop where the run itself would come to
-// rest, were it to brake as hard as it lately did.
+// when the run leaves them less than their reserve or asks for far too much, and when they run
+// ahead of samples that come to them. They then make no step from which they could not stop where
+// the run itself would come to rest, were it to brake as hard as it lately changed its speed. A run
+// that asks for a little too much is rather passed by a little than lagged behind.
 inline Pair hold_back(const ZQNSyncDTS& state, const PlanFrame& frame, const Authority& may,
                       Pair law, Pair ahead, Pair target, int a) {
   const Pair pos = load(state.pos + a);
   const Pair hardest = larger(load(state.hardest + a), load(state.hardest_before + a));
-  const Mask outrun = hardest > kMostReserve * may.h;
+  const Mask fits = hardest <= may.h;
+  const Mask outrun = (hardest > kMostReserve * may.h) & (fits | (hardest > kFarTooMuch * may.h));
   const Mask flees = (along(law, frame.speed) > 0) & (along(ahead, frame.speed) < 0);
   const Mask held = (pos != load(state.target + a)) & (outrun | flees);
   if ((held[0] | held[1]) == 0) return law;
-  const Pair braking = larger(larger(kPeak * hardest, kLeastBraking * may.h), both(DBL_MIN));
+  const Pair likely = fits ? smaller(kPeak * hardest, may.h) : kPeak * hardest;
+  const Pair braking = larger(larger(likely, kLeastBraking * may.h), both(DBL_MIN));
   const Pair steps = smaller(magnitude(frame.speed) / braking, both(kFarthest));
   const Pair run_way = stopping_way(steps) * braking * state.period_s;
   const Pair room = larger(along(target - pos, frame.speed) + run_way, both(0));

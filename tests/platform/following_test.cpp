@@ -27,8 +27,8 @@ struct Follower : Generator {
   }
 };
 
-// What keeps the limits is hit exactly. What does not is lagged behind by no more than it asks too
-// much, and its range is kept.
+// What keeps the limits is hit exactly. What asks for a little too much is caught up with gently
+// and passed by a trifle; what asks for far too much is lagged behind, and its range is kept.
 TEST(Following, StaysOnSamplesThatKeepTheLimitsAndNearOthers) {
   const struct {
     Sine sine;
@@ -36,11 +36,15 @@ TEST(Following, StaysOnSamplesThatKeepTheLimitsAndNearOthers) {
     int steps;              // the first ones, of which nothing is asked
     double behind, beyond;
   } cases[] = {
-      {{1.5, 4.3}, 2, 8, 0, 0, 0, 0},          {{1.5, 8}, 1.5, 8, 0, 0, 0, 0},  // at both limits
+      {{1.5, 4.3}, 2, 8, 0, 0, 0, 0},
+      {{1.5, 8}, 1.5, 8, 0, 0, 0, 0},       // at both limits
       {{1.5, 4.3}, 2, 8, 0.01, 110, 0, 0},  // at full acceleration it takes 71 steps
-      {{1.5, 4.3}, 2, 8, -0.5, 600, 0, 0},     {{0.2, 0.5}, 0.3, 0.6, 0.01, 700, 0, 0},
+      {{1.5, 4.3}, 2, 8, -0.5, 600, 0, 0},
+      {{0.2, 0.5}, 0.3, 0.6, 0.01, 700, 0, 0},
       {{1.5, 4.3, false}, 2, 8, 0, 800, 0, 0},  // at full speed from the first sample on
-      {{1.5, 8.16}, 2, 8, 0, 10000, 0.009, 0}, {{1.5, 16}, 2, 8, 0, 10000, 0.13, 0},
+      {{1.5, 8.16}, 2, 8, 0, 10000, 0.001, 0.001},
+      {{1.5, 8.8}, 2, 8, 0, 10000, 0.011, 0.002},
+      {{1.5, 16}, 2, 8, 0, 10000, 0.13, 0},
       {{2.4, 8}, 2, 8, 0, 10000, 0.4, 0},
   };
   for (const auto& c : cases) {
@@ -83,7 +87,9 @@ TEST(Following, KeepsThePathOfTwoJoints) {
 TEST(Following, KeepsTheRangeOfARunWhenAccelerationIsLowered) {
   const Sine sine{1.5, 4.3};
   const double amplitude = sine.vel_peak * sine.vel_peak / sine.acc_peak;
-  for (const double lowered_acc : {4.0, 1.0, 0.2, 0.02, 0.0}) {
+  const std::pair<double, double> cases[] = {{4, 0.002},   {3, 1e-12},    {1, 1e-12},
+                                             {0.2, 1e-12}, {0.02, 1e-12}, {0, 1e-12}};
+  for (const auto& [lowered_acc, beyond] : cases) {
     for (int when = 0; when < 2200; when += 55) {
       Follower g(2.2, 8);
       for (int k = 0; k < 8000; ++k) {
@@ -91,7 +97,7 @@ TEST(Following, KeepsTheRangeOfARunWhenAccelerationIsLowered) {
         g.SetLimits();
         g.target.fill(sine.At(k));
         g.Step();
-        ASSERT_LE(std::abs(g.pos[1] - amplitude), amplitude + 1e-12) << lowered_acc << ' ' << when;
+        ASSERT_LE(std::abs(g.pos[1] - amplitude), amplitude + beyond) << lowered_acc << ' ' << when;
       }
     }
   }
