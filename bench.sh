@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Measures Vek: the cycle and its stages beside their bare arithmetic, robot.ini beside other libraries, the logging
-# call, the pace of simulated time; and counts instructions, which repeat exactly. Prints the tables of docs/performance.md and whether the
-# goals hold; with --docs they go into the page, too. ./bench.sh --drift checks the averaging filter over 10^9 samples
-# instead. Exit status 0 only when every goal holds.
+# call, the pace of simulated time; and counts instructions, which repeat exactly. Prints the tables of
+# docs/performance.md and whether the goals hold; with --docs they go into the page, too. ./bench.sh --drift checks the
+# averaging filter over 10^9 samples instead. Exit status 0 only when every goal holds.
 set -euo pipefail
 cd "$(dirname "$0")"
 source scripts/packages.sh
@@ -50,7 +50,7 @@ measure_lockstep() {
   echo
   echo "| Simulated time, ten seconds with all groups moving | time | pace | goal | holds |"
   echo "|---|--:|--:|--:|---|"
-  bench/lockstep.sh --bin "$folder/bin"
+  bench/lockstep.sh "$folder/bin"
 }
 
 # Puts the report between the page's two marks.

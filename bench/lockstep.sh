@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Measures how much faster than real time simulated time passes: Vek and drusim in lockstep, all five groups moving for
 # ten seconds. Prints rows for the tables of docs/performance.md; exit status 1 when the goal is missed.
+#
+#   bench/lockstep.sh [FOLDER]   the programs' folder, build/bin by default
 set -euo pipefail
 cd "$(dirname "$0")/.."
 export LC_ALL=C
@@ -8,21 +10,7 @@ export LC_ALL=C
 runs=9
 goal=50
 ticks=10000
-bin=build/bin
-
-usage() {
-  echo "usage: bench/lockstep.sh [--runs N] [--bin DIR]   (9 runs, build/bin)" >&2
-  exit 2
-}
-while [ $# -gt 0 ]; do
-  [ $# -ge 2 ] || usage
-  case "$1" in
-    --runs) runs=$2 ;;
-    --bin) bin=$2 ;;
-    *) usage ;;
-  esac
-  shift 2
-done
+bin=${1-build/bin}
 
 work=$(mktemp -d)
 vek=
