@@ -63,11 +63,11 @@ void ZQNSyncDTS_OnDT2(ZQNSyncDTS* state, const double* target, double* pos, doub
                       double* acc);
 // On: the targets from now on are the samples of a run, and the axes follow them instead of
 // stopping before each. Samples whose own steps keep the limits are hit exactly once an axis is on
-// them. The axes leave the run's range only when it is stopped dead, or brakes harder than the
-// limits allow and than it lately changed its speed; then by the stopping distance at most. They
-// may pass by a trifle what asks for a little more than the limits. Off, as at first: back to what
-// OnDT2 says. A platform's library may lack this call: then it is null, and a group lags behind its
-// run.
+// them; a run that is stopped dead is passed by the stopping distance at most. Axes off their
+// samples are kept in the run's range by how hard it lately changed its speed. That is an estimate:
+// a run that brakes harder than it did may be left by more, and one that keeps the limits by some
+// thousandths of a unit. Off, as at first: back to what OnDT2 says. A platform's library may lack
+// this call: then it is null, and a group lags behind its run.
 [[gnu::weak]] void ZQNSyncDTS_OnFollow(ZQNSyncDTS* state, bool on);
 // Replaces the limits in force from the next step on.
 void ZQNSyncDTS_OnSetRunTimeLmt(ZQNSyncDTS* state, const double* vel, const double* acc);

@@ -35,7 +35,7 @@ struct Log {
 };
 constinit Log g_log;
 
-// Of the thread that started the drain: it had better write itself than lose a message.
+// Of the thread that started the drain: it makes room in a full queue rather than lose a message.
 constinit thread_local bool t_has_time = false;
 
 void sleep_ns(long ns) {

@@ -8,8 +8,7 @@
 namespace logging {
 
 // Opens the log and starts the drain; true when it runs already. Plain threads, one at a time. The
-// thread that starts it loses no message from then on: it writes what is queued when there is no
-// room.
+// thread that starts it makes room in a full queue from then on, by writing what is queued.
 bool start_drain();
 // Writes everything that is queued and ends the drain; nothing when it does not run. A message that
 // is posted afterwards is discarded. Happens by itself at exit().

@@ -40,6 +40,7 @@ TEST(Following, StaysOnSamplesThatKeepTheLimitsAndNearOthers) {
       {{1.5, 8}, 1.5, 8, 0, 0, 0, 0},       // at both limits
       {{1.5, 4.3}, 2, 8, 0.01, 110, 0, 0},  // at full acceleration it takes 71 steps
       {{1.5, 4.3}, 2, 8, -0.5, 600, 0, 0},
+      {{0.1, 0.4}, 2, 8, 0.1, 240, 0, 0},
       {{0.2, 0.5}, 0.3, 0.6, 0.01, 700, 0, 0},
       {{1.5, 4.3, false}, 2, 8, 0, 800, 0, 0},  // at full speed from the first sample on
       {{1.5, 8.16}, 2, 8, 0, 10000, 0.001, 0.001},
